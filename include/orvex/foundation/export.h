@@ -1,0 +1,9 @@
+/// \file
+/// Marks what the shared library exports. Everything else is hidden.
+#pragma once
+
+#if defined(ORVEX_STATIC)
+#define ORVEX_API
+#else
+#define ORVEX_API __attribute__((visibility("default")))
+#endif
