@@ -1,0 +1,95 @@
+/// \file
+/// The conversion between two fixed types that differ by a power of two: round, test the limits, store, tell.
+#pragma once
+
+#include "multiword/chunkbuffer.h"
+#include "multiword/chunkcompare.h"
+#include "multiword/chunkshift.h"
+#include "multiword/target.h"
+
+#include <algorithm>
+
+namespace ORVEX::multiword
+{
+
+/// Scratch for a count that may be known to the compiler.
+template <class Count>
+struct Scratch {
+    explicit Scratch(Count) {}
+    Chunk* data() { return chunks; }
+    Chunk chunks[Count::value];
+};
+
+template <>
+struct Scratch<int> : ChunkBuffer {
+    using ChunkBuffer::ChunkBuffer;
+};
+
+/// Brings the stored integer `src` of type `from` into `target` of type `to`, whose slope factor and bias are
+/// taken to be the same. The source is copied first and may lie where the target lies.
+///
+/// May call handleUnderflow before the store; then, after the store, one of handleOverflowWrap (wrapping),
+/// handleSaturationToMin or handleSaturationToMax (saturating). A value exactly at a limit is silent.
+/// Allocates only for a source of more than 128 bits.
+template <class Target, class SourceCount>
+void convertInto(OrvexClientInterface& client, Target target, fxpDataTypeProp const& to, Chunk const* src,
+                 fxpDataTypeProp const& from, fxpModeRounding_tag round, int sat, SourceCount srcCount)
+{
+    auto const count = target.count();
+    Scratch<SourceCount> scratch(srcCount);
+    Chunk* const value = scratch.data();
+    std::copy_n(src, static_cast<int>(srcCount), value);
+
+    fxpDataTypeProp type = from;
+    long long const shift = static_cast<long long>(to.fixedExponent) - from.fixedExponent;
+    if (shift > 0) {
+        roundShiftRightChunks(client, value, type, static_cast<unsigned long long>(shift), round, srcCount);
+        type.fixedExponent = to.fixedExponent;
+    }
+
+    bool const negative = chunksAreNegative(value, type, srcCount);
+    if (sat) {
+        // Rounding has come first: a value that rounds into the extreme is that extreme.
+        int const order = negative ? compareChunksToTypeMin(value, type, to, srcCount)
+                                   : -compareChunksToTypeMax(value, type, to, srcCount);
+        if (order <= 0) {
+            Event const end = negative ? Event::saturationToMin : Event::saturationToMax;
+            storeExtreme(target, to, end);
+            if (order < 0) tell(client, end);
+            return;
+        }
+    }
+
+    Chunk* const dst = target.data();
+    int const common = std::min<int>(srcCount, count);
+    std::copy_n(value, common, dst);
+    if (type == to) { // nothing can have overflowed, and the chunks stay as they are
+        target.commit();
+        return;
+    }
+    std::fill(dst + common, dst + static_cast<int>(count), negative ? allOnes : 0);
+    if (shift < 0) shiftLeftChunks(dst, to, static_cast<unsigned long long>(-shift), count);
+    dst[count - 1] = Target::cut(fixedTopChunk(dst[count - 1], to));
+    target.commit();
+    // By value, and so exact even if the word lost high bits of equal sign. The comparison tests the signs
+    // first.
+    if (!sat && compareChunks(dst, to, value, type, count, srcCount) != 0) tell(client, Event::wrap);
+}
+
+/// `convertInto` a chunk array. dst holds the chunks of `to`, src those of `from`.
+inline void convertChunksToChunks(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp const& to,
+                                  Chunk const* src, fxpDataTypeProp const& from, fxpModeRounding_tag round,
+                                  int sat)
+{
+    int const srcCount = numChunksOfType(from);
+    int const dstCount = numChunksOfType(to);
+    if (srcCount == 1 && dstCount == 1)
+        return convertInto(client, ChunkTarget(dst, One{}), to, src, from, round, sat, One{});
+    if (srcCount <= 2 && dstCount == 2)
+        return withCount(srcCount, [&](auto n) {
+            convertInto(client, ChunkTarget(dst, Two{}), to, src, from, round, sat, n);
+        });
+    convertInto(client, ChunkTarget(dst, dstCount), to, src, from, round, sat, srcCount);
+}
+
+} // namespace ORVEX::multiword

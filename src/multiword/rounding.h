@@ -1,0 +1,33 @@
+/// \file
+/// The one place where rounding is decided.
+#pragma once
+
+#include <orvex/foundation/fxpmodes.h>
+
+namespace ORVEX::multiword
+{
+
+/// What is known of a value that is about to lose its low bits, relative to its floor: the bits that remain.
+struct Tail {
+    bool negative; ///< the value is below zero
+    bool half;     ///< the highest dropped bit
+    bool below;    ///< any dropped bit below that one
+    bool odd;      ///< the lowest kept bit
+};
+
+/// Whether the floor is to be raised by one unit in the last place. A mode outside the list rounds as Floor.
+constexpr bool bumps(fxpModeRounding_tag mode, Tail tail)
+{
+    switch (mode) {
+    case fxpModeRoundingZero: return tail.negative && (tail.half || tail.below);
+    case fxpModeRoundingNearest: return tail.half;
+    case fxpModeRoundingCeiling: return tail.half || tail.below;
+    case fxpModeRoundingHalfAway: return tail.half && (tail.below || !tail.negative);
+    case fxpModeRoundingConvergent: return tail.half && (tail.below || tail.odd);
+    case fxpModeRoundingFloor:
+    case fxpModeRoundingCheapest: break;
+    }
+    return false;
+}
+
+} // namespace ORVEX::multiword
