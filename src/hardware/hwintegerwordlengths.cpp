@@ -1,0 +1,5 @@
+#include <orvex/hardware/hwintegerwordlengths.h>
+
+WordLengthBasePredicate::~WordLengthBasePredicate() = default;
+
+HWIntegerWordLengths::~HWIntegerWordLengths() = default;
