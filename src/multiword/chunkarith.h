@@ -1,0 +1,140 @@
+/// \file
+/// Addition and subtraction in one type, and the full product.
+#pragma once
+
+#include "multiword/chunkbits.h"
+#include "multiword/chunkconvert.h"
+#include "multiword/target.h"
+
+namespace ORVEX::multiword
+{
+
+__extension__ typedef unsigned __int128 DoubleChunk;
+
+/// a + b + carry; the carry out replaces the carry in.
+inline Chunk addStep(Chunk a, Chunk b, Chunk& carry)
+{
+    unsigned long long out = 0;
+    unsigned long long second = 0;
+    Chunk const partial = a + b;
+    out = partial < a;
+    Chunk const sum = partial + carry;
+    second = sum < partial;
+    carry = out | second;
+    return sum;
+}
+
+/// a - b - borrow; the borrow out replaces the borrow in.
+inline Chunk subtractStep(Chunk a, Chunk b, Chunk& borrow)
+{
+    Chunk const partial = a - b;
+    Chunk const difference = partial - borrow;
+    borrow = static_cast<Chunk>(a < b) | static_cast<Chunk>(partial < borrow);
+    return difference;
+}
+
+enum class Sum { plus, minus };
+
+/// target := a + b, or a - b, all of one type; the operands may lie where the target lies. After the store it
+/// may call one of handleOverflowWrap (wrapping), handleSaturationToMin, handleSaturationToMax (saturating).
+template <Sum sum, class Target>
+void addInto(OrvexClientInterface& client, Target target, fxpDataTypeProp const& type, Chunk const* a,
+             Chunk const* b, int sat)
+{
+    constexpr bool plus = sum == Sum::plus;
+    auto const count = target.count();
+    int const last = count - 1;
+    bool const negA = chunksAreNegative(a, type, count);
+    bool const negB = chunksAreNegative(b, type, count);
+    Chunk const topA = a[last];
+    Chunk const topB = b[last];
+    Chunk* const dst = target.data();
+    Chunk carry = 0;
+    for (int i = 0; i < last; ++i)
+        dst[i] = plus ? addStep(a[i], b[i], carry) : subtractStep(a[i], b[i], carry);
+    Chunk const top = Target::cut(fixedTopChunk(plus ? topA + topB + carry : topA - topB - carry, type));
+    dst[last] = top;
+
+    bool overflow = false;
+    if (type.isSigned())
+        overflow = (negA == negB) == plus && chunksAreNegative(dst, type, count) != negA;
+    else // the carry out of the masked result, so that a word below its container overflows where it should
+        overflow = (plus ? top < topA : top > topA) || (carry != 0 && top == topA);
+    if (!overflow) return target.commit();
+
+    Event const end = type.isSigned() ? (negA ? Event::saturationToMin : Event::saturationToMax)
+                                      : (plus ? Event::saturationToMax : Event::saturationToMin);
+    if (sat)
+        storeExtreme(target, type, end);
+    else
+        target.commit();
+    tell(client, sat ? end : Event::wrap);
+}
+
+/// dst[0..n) += a[0..n) * factor; returns the chunk that is carried out.
+inline Chunk addProductOfRow(Chunk* dst, Chunk const* a, Chunk factor, int n)
+{
+    Chunk carry = 0;
+    for (int i = 0; i < n; ++i) {
+        DoubleChunk const product =
+            static_cast<DoubleChunk>(a[i]) * factor + dst[i] + carry; // never overflows
+        dst[i] = static_cast<Chunk>(product);
+        carry = static_cast<Chunk>(product >> chunkBits);
+    }
+    return carry;
+}
+
+/// The exact product, modulo 2^(64 n): n is the chunk count of the summed word lengths. dst is neither a nor
+/// b. Schoolbook on magnitudes; the sign extension comes from negating the whole array. Allocates only for a
+/// negative operand of more than 128 bits.
+void multiplyMagnitudes(Chunk* dst, int n, Chunk const* a, fxpDataTypeProp const& aType, int aCount,
+                        Chunk const* b, fxpDataTypeProp const& bType, int bCount);
+
+template <class CountA, class CountB>
+void multiplyChunksFull(Chunk* dst, int n, Chunk const* a, fxpDataTypeProp const& aType, CountA aCount,
+                        Chunk const* b, fxpDataTypeProp const& bType, CountB bCount)
+{
+    if (aCount == 1 && bCount == 1) {
+        // Modulo 2^(64 n) the product of the sign-extended words is the sign-extended product.
+        if (n == 1) {
+            dst[0] = a[0] * b[0];
+            return;
+        }
+        auto const product = static_cast<DoubleChunk>(a[0]) * b[0];
+        dst[0] = static_cast<Chunk>(product);
+        dst[1] = static_cast<Chunk>(product >> chunkBits) - (signFillChunk(a, aType, aCount) & b[0]) -
+                 (signFillChunk(b, bType, bCount) & a[0]);
+        return;
+    }
+    multiplyMagnitudes(dst, n, a, aType, aCount, b, bType, bCount);
+}
+
+/// The type of an exact product: signed if either is, word lengths and exponents summed, no slope, no bias.
+inline fxpDataTypeProp productType(fxpDataTypeProp const& a, fxpDataTypeProp const& b)
+{
+    return {a.isSigned() || b.isSigned(), a.wordLength + b.wordLength, 1.0,
+            static_cast<int>(static_cast<unsigned>(a.fixedExponent) + static_cast<unsigned>(b.fixedExponent)),
+            0.0};
+}
+
+/// target := a * b: the full product first, then one conversion, whose events it may call. A product that
+/// already has the target's type is written as it is. The operands may lie where the target lies.
+template <class Target, class CountA, class CountB>
+void multiplyInto(OrvexClientInterface& client, Target target, fxpDataTypeProp const& to, Chunk const* a,
+                  fxpDataTypeProp const& aType, CountA aCount, Chunk const* b, fxpDataTypeProp const& bType,
+                  CountB bCount, fxpModeRounding_tag round, int sat)
+{
+    fxpDataTypeProp const type = productType(aType, bType);
+    withCount(numChunksOfType(type), [&](auto n) {
+        Scratch product(n);
+        multiplyChunksFull(product.data(), n, a, aType, aCount, b, bType, bCount);
+        if (type == to) {
+            std::copy_n(product.data(), std::min<int>(n, target.count()), target.data());
+            target.commit();
+        } else {
+            convertInto(client, target, to, product.data(), type, round, sat, n);
+        }
+    });
+}
+
+} // namespace ORVEX::multiword

@@ -1,0 +1,108 @@
+/// \file
+/// Single bits, complement, negation, increment and decrement of chunk arrays, in place.
+#pragma once
+
+#include "multiword/chunkgeometry.h"
+
+#include <bit>
+
+namespace ORVEX::multiword
+{
+
+/// Sets or clears a bit; bits count from 1. Setting or clearing the sign bit of a signed type takes its
+/// extension along. A position beyond the last chunk is taken within that chunk.
+template <class Count>
+void setChunksBitValue(Chunk* chunks, fxpDataTypeProp const& type, int bitFromOne, bool value, Count count)
+{
+    int const position = bitFromOne - 1;
+    int const chunk = position / chunkBits < count ? position / chunkBits : count - 1;
+    bool const isSign = type.isSigned() && bitFromOne == type.wordLength;
+    Chunk const mask = isSign ? highMask(topBit(type)) : bitMask(position);
+    // A value whose sign stands already as wanted keeps its chunk, whatever its extension is.
+    if (isSign && value == chunksAreNegative(chunks, type, count)) return;
+    chunks[chunk] = value ? chunks[chunk] | mask : chunks[chunk] & ~mask;
+}
+
+/// Bitwise complement. An unsigned top chunk is masked; from 65 to 128 bits that mask keeps the bits from W -
+/// 65 up and clears those below, as it always has.
+template <class Count>
+void bitNotChunks(Chunk* chunks, fxpDataTypeProp const& type, Count count)
+{
+    for (int i = 0; i < count; ++i) chunks[i] = ~chunks[i];
+    if (type.isSigned()) return;
+    int const w = type.wordLength;
+    chunks[count - 1] &=
+        w > chunkBits && w <= 2 * chunkBits ? highMask(w - chunkBits - 1) : lowMask(topBit(w));
+}
+
+/// Two's-complement negation over all chunks; nothing is masked, and the minimum comes back as itself.
+template <class Count>
+void negateChunks(Chunk* chunks, Count count)
+{
+    Chunk carry = 1;
+    for (int i = 0; i < count; ++i) {
+        chunks[i] = ~chunks[i] + carry;
+        carry &= chunks[i] == 0;
+    }
+}
+
+/// Copies the magnitude of src, to be read as unsigned: the minimum of W bits gives 2^(W-1). dst may be src.
+template <class Count>
+void copyMagnitude(Chunk* dst, Chunk const* src, fxpDataTypeProp const& type, Count count)
+{
+    bool const negative = chunksAreNegative(src, type, count);
+    for (int i = 0; i < count; ++i) dst[i] = src[i];
+    if (negative) negateChunks(dst, count);
+}
+
+/// Adds 1; beyond the type's maximum it wraps to the minimum. Silent.
+template <class Count>
+void incrementChunks(Chunk* chunks, fxpDataTypeProp const& type, Count count)
+{
+    bool const wasNegative = chunksAreNegative(chunks, type, count);
+    int i = 0;
+    while (++chunks[i] == 0 && i < count - 1) ++i;
+    if (i < count - 1) return;
+    Chunk& top = chunks[count - 1];
+    int const b = topBit(type);
+    if (type.isSigned()) {
+        if (((top & bitMask(b)) != 0) != wasNegative) top = fixedTopChunk(top, type);
+    } else if (b + 1 < chunkBits && top >= bitMask(b + 1)) {
+        top = 0;
+    }
+}
+
+/// Subtracts 1; below the type's minimum it wraps to the maximum. Silent.
+template <class Count>
+void decrementChunks(Chunk* chunks, fxpDataTypeProp const& type, Count count)
+{
+    bool const wasNegative = chunksAreNegative(chunks, type, count);
+    int i = 0;
+    for (; i < count && chunks[i] == 0; ++i)
+        chunks[i] = i == count - 1 && !type.isSigned() ? lowMask(topBit(type)) : allOnes;
+    if (i < count) --chunks[i];
+    Chunk& top = chunks[count - 1];
+    if (i == count - 1 && type.isSigned() && ((top & bitMask(topBit(type))) != 0) != wasNegative)
+        top = fixedTopChunk(top, type);
+}
+
+/// Number of bits up to the highest set one; 0 for zero.
+template <class Count>
+long long bitLength(Chunk const* chunks, Count count)
+{
+    for (int i = count - 1; i >= 0; --i)
+        if (chunks[i] != 0) return static_cast<long long>(i) * chunkBits + static_cast<int>(std::bit_width(chunks[i]));
+    return 0;
+}
+
+/// The 64 bits from a position up of an unsigned value; zeros stand below position 0 and above the top.
+template <class Count>
+Chunk windowAtPosition(Chunk const* chunks, long long position, Count count)
+{
+    long long const index = position >> 6;
+    int const r = static_cast<int>(position & (chunkBits - 1));
+    auto const at = [&](long long i) { return i < 0 || i >= count ? Chunk{0} : chunks[i]; };
+    return r == 0 ? at(index) : (at(index) >> r) | (at(index + 1) << (chunkBits - r));
+}
+
+} // namespace ORVEX::multiword
