@@ -1,0 +1,20 @@
+/// \file
+/// The parallel loop of the array operations.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+namespace ORVEX::array_engine
+{
+
+/// More items than this are handled in parallel: 500 run serially, 501 do not. Of a complex setValue each
+/// part is an item.
+inline constexpr unsigned long long serialLimit = 500;
+
+/// Calls work(begin, end) on disjoint ranges that cover 0 to count - 1, on the caller's thread and those of
+/// Threading Building Blocks, and returns when all are done. The first exception cancels ranges that have not
+/// been started and is rethrown here. A count of 0 starts nothing.
+void parallelFor(std::size_t count, std::function<void(std::size_t begin, std::size_t end)> const& work);
+
+} // namespace ORVEX::array_engine
