@@ -1,0 +1,119 @@
+#include <orvex/number_body/numberbodyfactory.h>
+
+#include "number_body/fixedpointclasses.h"
+#include "number_body/floatingbody.h"
+#include "number_body/scaleddoublenumber.h"
+#include "number_body/zerobody.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <type_traits>
+#include <vector>
+
+namespace
+{
+
+/// Calls make(type tag of the class, chunks per part): the one place where a class is chosen.
+template <class Make>
+NumberBody* select(fxpDataTypeProp const& type, bool isComplex, Make make)
+{
+    switch (type.mode) {
+    case fxpModeDataTypeScaledDouble: return make(std::type_identity<ScaledDoubleNumber>{}, 1);
+    case fxpModeDataTypeDouble: return make(std::type_identity<FloatingPointNumber<double>>{}, 1);
+    case fxpModeDataTypeSingle: return make(std::type_identity<FloatingPointNumber<float>>{}, 1);
+    case fxpModeDataTypeFixed: break;
+    default: return nullptr;
+    }
+    if (type.wordLength > ORVEX::multiword::chunkBits) {
+        int const chunks = ORVEX::multiword::numChunksOfType(type);
+        if (isComplex) return make(std::type_identity<MWComplexFixedPointNumber>{}, chunks);
+        return make(std::type_identity<MWFixedPointNumber>{}, chunks);
+    }
+    return withWordTypes(type.wordLength, [&](auto s, auto u) {
+        using S = decltype(s);
+        using U = decltype(u);
+        if (type.isSigned())
+            return isComplex ? make(std::type_identity<SignedSWComplexFixedPointNumber<S>>{}, 1)
+                             : make(std::type_identity<SignedSWFixedPointNumber<S>>{}, 1);
+        return isComplex ? make(std::type_identity<UnsignedSWComplexFixedPointNumber<U>>{}, 1)
+                         : make(std::type_identity<UnsignedSWFixedPointNumber<U>>{}, 1);
+    });
+}
+
+} // namespace
+
+NumberBody* NumberBodyFactory::createNumberBody(double const* values, fxpDataTypeProp const& type,
+                                                OrvexClientInterface& client, unsigned long long count,
+                                                fxpModeRounding_tag round, fxpModeOverflow_tag overflow,
+                                                bool isComplex)
+{
+    NumberBody::Spec const spec{type, client, count, round, overflow};
+    return select(type, isComplex, [&](auto tag, int chunks) -> NumberBody* {
+        auto body = std::make_unique<typename decltype(tag)::type>(spec, chunks);
+        body->setValue(values);
+        return body.release();
+    });
+}
+
+NumberBody* NumberBodyFactory::createNumberBody(double const* re, double const* im,
+                                                fxpDataTypeProp const& type, OrvexClientInterface& client,
+                                                unsigned long long count, fxpModeRounding_tag round,
+                                                fxpModeOverflow_tag overflow)
+{
+    unsigned long long const most = ~0ull / (2 * sizeof(double));
+    std::unique_ptr<double[]> const pairs(new double[count > most ? most * 2 : 2 * count]);
+    for (unsigned long long i = 0; i < count; ++i) {
+        pairs[2 * i] = re[i];
+        pairs[2 * i + 1] = im[i];
+    }
+    return createNumberBody(pairs.get(), type, client, count, round, overflow, true);
+}
+
+NumberBody* NumberBodyFactory::createNumberBody(void* data, fxpDataTypeProp const& type,
+                                                OrvexClientInterface& client, unsigned long long count,
+                                                fxpModeRounding_tag round, fxpModeOverflow_tag overflow,
+                                                bool isComplex)
+{
+    NumberBody::Spec const spec{type, client, count, round, overflow, true, data};
+    return select(type, isComplex, [&](auto tag, int chunks) -> NumberBody* {
+        return new typename decltype(tag)::type(spec, chunks);
+    });
+}
+
+NumberBody* NumberBodyFactory::createNumberBody(NumberBody const* other)
+{
+    NumberBody::Spec const spec{other->dataType_, *other->client_, other->numberOfElements_,
+                                other->roundMode_, other->overflowMode_};
+    return select(other->dataType_, other->isComplex(), [&](auto tag, int chunks) -> NumberBody* {
+        auto body = std::make_unique<typename decltype(tag)::type>(spec, chunks);
+        body->copyRawFrom(*other);
+        body->setNDims(other->nDims_);
+        body->setDims(other->dims());
+        NumberBody& base = *body;
+        base.dataIsExternal_ = other->dataIsExternal_;
+        return body.release();
+    });
+}
+
+NumberBody* NumberBodyFactory::createNumberBody(NumberBody const* other,
+                                                ORVEX::NumberUtils::CopyIndexOnly shares)
+{
+    return select(other->dataType_, other->isComplex(), [&](auto tag, int chunks) -> NumberBody* {
+        return new typename decltype(tag)::type(*other, shares, chunks);
+    });
+}
+
+std::unique_ptr<NumberBody> ORVEX::number_body::createZeroBody(NumberBody::Spec const& spec, bool isComplex)
+{
+    return std::unique_ptr<NumberBody>(select(spec.type, isComplex, [&](auto tag, int chunks) -> NumberBody* {
+        auto body = std::make_unique<typename decltype(tag)::type>(spec, chunks);
+        if (spec.type.mode == fxpModeDataTypeFixed && spec.type.bias == 0.0) {
+            body->clear(); // what storing 0.0 does, without an event
+        } else {
+            std::vector<double> const zeros(spec.count * (isComplex ? 2 : 1));
+            body->setValue(zeros.data());
+        }
+        return body.release();
+    }));
+}
