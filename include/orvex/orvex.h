@@ -1,0 +1,36 @@
+/// \file
+/// All of liborvex.
+#pragma once
+
+#include <orvex/client/fxpclientfullprecision.h>
+#include <orvex/client/fxpclientnull.h>
+#include <orvex/client/fxpclientwithreporting.h>
+#include <orvex/client/orvexclientinterface.h>
+#include <orvex/foundation/diagnostics.h>
+#include <orvex/foundation/fxpdatatypeprop.h>
+#include <orvex/foundation/kvxfeature.h>
+#include <orvex/foundation/messages.h>
+#include <orvex/foundation/numberutils.h>
+#include <orvex/foundation/version.h>
+#include <orvex/hardware/asicintegerwordlengths.h>
+#include <orvex/hardware/fxpprodhardware.h>
+#include <orvex/hardware/hwintegerwordlengths.h>
+#include <orvex/hardware/microintegerwordlengths.h>
+#include <orvex/hardware/wordlengthiterator.h>
+#include <orvex/multiword/mpr_quantize.h>
+#include <orvex/number/cast.h>
+#include <orvex/number/number.h>
+#include <orvex/number_body/numberbody.h>
+#include <orvex/number_body/numberbodyfactory.h>
+#include <orvex/type_basic/cachekeytype.h>
+#include <orvex/type_basic/castmixfloatfixptrealization.h>
+#include <orvex/type_basic/castrisk.h>
+#include <orvex/type_basic/discardbitsformaxsize.h>
+#include <orvex/type_basic/fxpcastgetnetnominaldatatypes.h>
+#include <orvex/type_basic/fxpoperationchoices.h>
+#include <orvex/type_basic/fxpscalaroversized.h>
+#include <orvex/type_basic/fxpselectradixtypeconditions.h>
+#include <orvex/type_basic/selectcastintermediatedatatype.h>
+#include <orvex/type_basic/selectradixdatatype.h>
+#include <orvex/type_basic/selectslopecorrectiondatatype.h>
+#include <orvex/type_basic/slopenormalize.h>

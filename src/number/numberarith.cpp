@@ -1,0 +1,374 @@
+/// Arithmetic and the types of its results.
+#include <orvex/number/number.h>
+
+#include <algorithm>
+
+namespace ORVEX
+{
+
+namespace
+{
+
+/// What a getter answers when no type was ever set or cached.
+fxpDataTypeProp const& noType()
+{
+    static fxpDataTypeProp const marker = [] {
+        fxpDataTypeProp bad;
+        createBadFxpDtpProp(&bad);
+        return bad;
+    }();
+    return marker;
+}
+
+/// The full-precision rules look at word lengths, fraction lengths and signs alone, and give a binary-point
+/// type. One guard bit; no extra sign bit where a signed and an unsigned operand meet.
+fxpDataTypeProp sumType(fxpDataTypeProp const& a, fxpDataTypeProp const& b)
+{
+    long long const fa = -static_cast<long long>(a.fixedExponent);
+    long long const fb = -static_cast<long long>(b.fixedExponent);
+    long long const fraction = std::max(fa, fb);
+    long long const length = std::max(a.wordLength - fa, b.wordLength - fb) + fraction + 1;
+    return {a.isSigned() || b.isSigned(), static_cast<int>(length), static_cast<int>(fraction)};
+}
+
+fxpDataTypeProp productType(fxpDataTypeProp const& a, fxpDataTypeProp const& b)
+{
+    long long const fraction = -static_cast<long long>(a.fixedExponent) - b.fixedExponent;
+    return {a.isSigned() || b.isSigned(), a.wordLength + b.wordLength, static_cast<int>(fraction)};
+}
+
+} // namespace
+
+// The three output types. Setters and getters are const: they belong to the handle, not to the value.
+
+fxpDataTypeProp const& Number::getDataTypeForBinaryOpOutput() const
+{
+    return binaryOpOutputType_ ? *binaryOpOutputType_ : noType();
+}
+
+void Number::setDataTypeForBinaryOpOutput(fxpDataTypeProp const& type) const
+{
+    binaryOpOutputType_ = std::make_shared<fxpDataTypeProp const>(type);
+    binaryOpOutputUserSpecified_ = true;
+}
+
+void Number::resetDataTypeForBinaryOpOutput() const
+{
+    binaryOpOutputType_.reset();
+    binaryOpOutputUserSpecified_ = false;
+}
+
+bool Number::isDataTypeForBinaryOpOutputUserSpecified() const { return binaryOpOutputUserSpecified_; }
+
+fxpDataTypeProp const& Number::getDataTypeForNonAssignmentOpPlus() const
+{
+    return nonAssignmentPlusType_ ? *nonAssignmentPlusType_ : noType();
+}
+
+void Number::setDataTypeForNonAssignmentOpPlus(fxpDataTypeProp const& type) const
+{
+    nonAssignmentPlusType_ = std::make_shared<fxpDataTypeProp const>(type);
+    nonAssignmentPlusUserSpecified_ = true;
+}
+
+void Number::resetDataTypeForNonAssignmentOpPlus() const
+{
+    nonAssignmentPlusType_.reset();
+    nonAssignmentPlusUserSpecified_ = false;
+}
+
+bool Number::isDataTypeForNonAssignmentOpPlusUserSpecified() const { return nonAssignmentPlusUserSpecified_; }
+
+fxpDataTypeProp const& Number::getDataTypeForNonAssignmentOpTimes() const
+{
+    return nonAssignmentTimesType_ ? *nonAssignmentTimesType_ : noType();
+}
+
+void Number::setDataTypeForNonAssignmentOpTimes(fxpDataTypeProp const& type) const
+{
+    nonAssignmentTimesType_ = std::make_shared<fxpDataTypeProp const>(type);
+    nonAssignmentTimesUserSpecified_ = true;
+}
+
+void Number::resetDataTypeForNonAssignmentOpTimes() const
+{
+    nonAssignmentTimesType_.reset();
+    nonAssignmentTimesUserSpecified_ = false;
+}
+
+bool Number::isDataTypeForNonAssignmentOpTimesUserSpecified() const
+{
+    return nonAssignmentTimesUserSpecified_;
+}
+
+namespace
+{
+
+/// Works out a full-precision type unless the one at hand was worked out for this right operand's type. The
+/// left operand's own type is not part of that question.
+void refresh(std::shared_ptr<fxpDataTypeProp const>& type,
+             std::shared_ptr<fxpDataTypeProp const>& operandType, fxpDataTypeProp const& left,
+             fxpDataTypeProp const& right,
+             fxpDataTypeProp (*rule)(fxpDataTypeProp const&, fxpDataTypeProp const&))
+{
+    // A reset drops the type and leaves the operand's record.
+    if (type && operandType && *operandType == right) return;
+    operandType = std::make_shared<fxpDataTypeProp const>(right);
+    type = std::make_shared<fxpDataTypeProp const>(rule(left, right));
+}
+
+} // namespace
+
+void Number::setFullPrecisionTypeForNonAssignmentOpPlus(Number const& other) const
+{
+    refresh(nonAssignmentPlusType_, plusOperandType_, getDataType(), other.getDataType(), sumType);
+    nonAssignmentPlusUserSpecified_ = false;
+}
+
+void Number::setFullPrecisionTypeForNonAssignmentOpTimes(Number const& other) const
+{
+    refresh(nonAssignmentTimesType_, timesOperandType_, getDataType(), other.getDataType(), productType);
+    nonAssignmentTimesUserSpecified_ = false;
+}
+
+fxpDataTypeProp const& Number::getDataTypeForNonAssignmentOpPlus(Number const& other) const
+{
+    if (!nonAssignmentPlusUserSpecified_) setFullPrecisionTypeForNonAssignmentOpPlus(other);
+    return *nonAssignmentPlusType_;
+}
+
+fxpDataTypeProp const& Number::getDataTypeForNonAssignmentOpTimes(Number const& other) const
+{
+    if (!nonAssignmentTimesUserSpecified_) setFullPrecisionTypeForNonAssignmentOpTimes(other);
+    return *nonAssignmentTimesType_;
+}
+
+/// A scalar computed in `type`; where the user has set an output type that differs, it is then stored in that
+/// one.
+template <class Compute>
+Number Number::computedIn(fxpDataTypeProp const& type, bool isComplex, Compute compute) const
+{
+    fxpDataTypeProp const& outputType = binaryOpOutputUserSpecified_ ? *binaryOpOutputType_ : type;
+    Number result = zeroScalar(outputType, isComplex);
+    if (outputType == type) {
+        compute(result);
+    } else {
+        Number intermediate = zeroScalar(type, isComplex);
+        compute(intermediate);
+        result = intermediate;
+    }
+    return result;
+}
+
+Number Number::operator+(Number const& other) const
+{
+    return computedIn(getDataTypeForNonAssignmentOpPlus(other), isComplex() || other.isComplex(),
+                      [&](Number& sum) {
+                          sum = *this;
+                          sum += other;
+                      });
+}
+
+Number Number::operator-(Number const& other) const
+{
+    return computedIn(getDataTypeForNonAssignmentOpPlus(other), isComplex() || other.isComplex(),
+                      [&](Number& sum) {
+                          sum = *this;
+                          sum -= other;
+                      });
+}
+
+Number Number::operator*(Number const& other) const
+{
+    fxpDataTypeProp const& product = getDataTypeForNonAssignmentOpTimes(other);
+    bool const bothComplex = isComplex() && other.isComplex();
+    fxpDataTypeProp const accumulator = !bothComplex                      ? product
+                                        : nonAssignmentPlusUserSpecified_ ? *nonAssignmentPlusType_
+                                                                          : sumType(product, product);
+    return computedIn(accumulator, isComplex() || other.isComplex(), [&](Number& result) {
+        if (bothComplex)
+            result.isComplexProductOf(*this, other, product);
+        else if (other.isComplex())
+            result.isProductOf(other, *this); // the complex factor goes first
+        else
+            result.isProductOf(*this, other);
+    });
+}
+
+/// Each product in productType, the two sums in this type; the order is fixed, since each step quantizes.
+void Number::isComplexProductOf(Number const& a, Number const& b, fxpDataTypeProp const& productType)
+{
+    Number t = a.zeroScalar(productType, false, 1);
+    Number const ar = a.real();
+    Number const ai = a.imag();
+    Number const br = b.real();
+    Number const bi = b.imag();
+    t.isProductOf(ar, br);
+    *this = t;
+    t.isProductOf(ai, bi);
+    *this -= t;
+    t.isProductOf(ar, bi);
+    imagEquals(t);
+    t.isProductOf(ai, br);
+    imagPlusEquals(t);
+}
+
+Number& Number::operator+=(Number const& other)
+{
+    body().plusEquals(&other.body());
+    return *this;
+}
+
+Number& Number::operator-=(Number const& other)
+{
+    body().minusEquals(&other.body());
+    return *this;
+}
+
+Number& Number::operator*=(Number const& other)
+{
+    body().timesEquals(&other.body());
+    return *this;
+}
+
+Number Number::divide(Number const& a, Number const& b, fxpDataTypeProp const& type)
+{
+    Number result = a.zeroScalar(type, a.isComplex() || b.isComplex(), 1);
+    result.isQuotientOf(a, b);
+    return result;
+}
+
+/// Calls compute(result element) for each pair of elements, all cursors set. An operand of one element stays
+/// at its cursor, unless both have one: then b's moves to its element 0.
+template <class Compute>
+Number Number::elementwise(Number const& a, Number const& b, fxpDataTypeProp const& type, bool isComplex,
+                           Compute compute)
+{
+    if (!a.isScalar() && !b.isScalar() && !a.isSameSize(b))
+        NumberUtils::throwIExceptionFromMessageID(Orvex::number::ArrayDimMustAgree());
+    Number const& shape = a.isScalar() ? b : a;
+    bool const walksA = !a.isScalar();
+    bool const walksB = a.isScalar() || !b.isScalar();
+    unsigned long long const count = shape.getNumberOfElements();
+    Number result(createAllZeroNumberBodyWithSpecifiedType(count, shape.getNDims(), shape.getDims(), type,
+                                                           a.getFxpClient(), a.getRoundMode(),
+                                                           a.getOverflowMode(), isComplex));
+    for (unsigned long long i = 0; i < count; ++i) {
+        result.setIndex(i);
+        if (walksA) a.setIndex(i);
+        if (walksB) b.setIndex(i);
+        compute(result);
+    }
+    result.setIndex(0);
+    return result;
+}
+
+/// Every element in another type, with these modes; never in parallel.
+Number Number::convertedSerially(fxpDataTypeProp const& type) const
+{
+    Number result = zeroLike(type, getRoundMode(), getOverflowMode(), isComplex());
+    for (unsigned long long i = 0; i < getNumberOfElements(); ++i) result[i] = (*this)[i];
+    result.setIndex(0);
+    return result;
+}
+
+Number Number::arrayPlus(Number const& a, Number const& b)
+{
+    return arrayPlus(a, b, ORVEX::sumType(a.getDataType(), b.getDataType()));
+}
+
+Number Number::arrayPlus(Number const& a, Number const& b, fxpDataTypeProp const& sumType)
+{
+    return elementwise(a, b, sumType, a.isComplex() || b.isComplex(), [&](Number& sum) {
+        sum = a;
+        sum += b;
+    });
+}
+
+Number Number::arrayPlus(Number const& a, Number const& b, fxpDataTypeProp const& sumType,
+                         fxpDataTypeProp const& outputType)
+{
+    return arrayPlus(a, b, sumType).convertedSerially(outputType);
+}
+
+Number Number::arrayMinus(Number const& a, Number const& b)
+{
+    return arrayMinus(a, b, a.getDataTypeForNonAssignmentOpPlus(b));
+}
+
+Number Number::arrayMinus(Number const& a, Number const& b, fxpDataTypeProp const& sumType)
+{
+    return elementwise(a, b, sumType, a.isComplex() || b.isComplex(), [&](Number& difference) {
+        difference = a;
+        difference -= b;
+    });
+}
+
+Number Number::arrayMinus(Number const& a, Number const& b, fxpDataTypeProp const& sumType,
+                          fxpDataTypeProp const& outputType)
+{
+    return arrayMinus(a, b, sumType).convertedSerially(outputType);
+}
+
+Number Number::arrayTimes(Number const& a, Number const& b)
+{
+    return arrayTimes(a, b, ORVEX::productType(a.getDataType(), b.getDataType()));
+}
+
+Number Number::arrayTimes(Number const& a, Number const& b, fxpDataTypeProp const& productType)
+{
+    bool const bothComplex = a.isComplex() && b.isComplex();
+    return arrayTimes(a, b, productType, bothComplex ? sumType(productType, productType) : productType);
+}
+
+Number Number::arrayTimes(Number const& a, Number const& b, fxpDataTypeProp const& productType,
+                          fxpDataTypeProp const& outputType)
+{
+    bool const isComplex = a.isComplex() || b.isComplex();
+    if (a.isComplex() && b.isComplex())
+        return elementwise(a, b, outputType, true,
+                           [&](Number& result) { result.isComplexProductOf(a, b, productType); });
+    // The factors keep their order here, also if the first is the real one.
+    if (productType == outputType)
+        return elementwise(a, b, outputType, isComplex, [&](Number& result) { result.isProductOf(a, b); });
+    Number product = a.zeroScalar(productType, isComplex, 1);
+    return elementwise(a, b, outputType, isComplex, [&](Number& result) {
+        product.isProductOf(a, b);
+        result = product;
+    });
+}
+
+Number Number::arrayTimes(Number const& a, Number const& b, fxpDataTypeProp const& productType,
+                          fxpDataTypeProp const& sumType, fxpDataTypeProp const& outputType)
+{
+    bool const bothComplex = a.isComplex() && b.isComplex();
+    return arrayTimes(a, b, productType, bothComplex ? sumType : productType).convertedSerially(outputType);
+}
+
+Number Number::arrayDivide(Number const& a, Number const& b, fxpDataTypeProp const& type)
+{
+    return elementwise(a, b, type, a.isComplex(), [&](Number& result) { result.isQuotientOf(a, b); });
+}
+
+Number& Number::arrayPlusEquals(Number const& other)
+{
+    bool const agrees = other.isScalar() || (isScalar() && !other.isEmpty()) || isSameSize(other);
+    if (!agrees) NumberUtils::throwIExceptionFromMessageID(Orvex::number::ArrayDimMustAgree());
+    unsigned long long const cursor = getIndex();
+    unsigned long long const otherCursor = other.getIndex();
+    if (isScalar()) {
+        other.setIndex(0);
+        *this += other;
+    } else {
+        for (unsigned long long i = 0; i < getNumberOfElements(); ++i) {
+            setIndex(i);
+            if (!other.isScalar()) other.setIndex(i);
+            *this += other;
+        }
+    }
+    setIndex(cursor);
+    other.setIndex(otherCursor);
+    return *this;
+}
+
+} // namespace ORVEX
