@@ -1,0 +1,173 @@
+/// \file
+/// One element of any representation in a body of its own, and the steps in double arithmetic that a cast
+/// through a float is made of.
+#pragma once
+
+#include "support/numbers.h"
+
+#include <orvex/number_body/numberbodyfactory.h>
+
+#include <algorithm>
+#include <cfloat>
+#include <memory>
+
+namespace orvextest
+{
+
+/// The stored integers of a fixed type, real or complex, or the stored double of another.
+struct Value {
+    fxpDataTypeProp type;
+    Element parts{};
+    double raw = 0.0;
+
+    bool isFixed() const { return type.mode == fxpModeDataTypeFixed; }
+    bool isComplex() const { return parts.size() == 2; }
+    bool isMultiWord() const { return isFixed() && type.wordLength > 64; }
+    bool operator==(Value const& other) const
+    {
+        return type == other.type && parts == other.parts && sameDouble(raw, other.raw);
+    }
+    friend std::ostream& operator<<(std::ostream& out, Value const& value)
+    {
+        out << value.type;
+        if (!value.isFixed()) return out << ' ' << value.raw;
+        for (Int const& part : value.parts) out << ' ' << part;
+        return out;
+    }
+};
+
+/// A body of three elements with the cursor on the middle one, which is the value. Its client is its own.
+class Held
+{
+public:
+    RecordingClient client{};
+
+    explicit Held(Value const& value, Modes modes = {fxpModeRoundingFloor, 0})
+        : parts_(value.isComplex() ? 2 : 1), type_(value.type), storage_(neighbours()),
+          body_(NumberBodyFactory::createNumberBody(
+              storage_.data(), type_, client, 3, static_cast<fxpModeRounding_tag>(modes.round),
+              static_cast<fxpModeOverflow_tag>(modes.sat), value.isComplex()))
+    {
+        body_->setIndex(1);
+        if (value.type.mode == fxpModeDataTypeSingle)
+            storage_.put(1, {std::bit_cast<std::uint32_t>(static_cast<float>(value.raw))});
+        else if (!value.isFixed())
+            storage_.put(1, {std::bit_cast<Chunk>(value.raw)});
+        for (std::size_t i = 0; i < value.parts.size(); ++i)
+            storage_.put(parts_ + i, chunksOf(value.parts[i], (containerBytes(type_) + 7) / 8));
+    }
+
+    /// As the container holds it now.
+    Value value() const
+    {
+        Value value{type_};
+        Chunk const word = storage_.pattern(1)[0];
+        if (type_.mode == fxpModeDataTypeSingle)
+            value.raw = std::bit_cast<float>(static_cast<std::uint32_t>(word));
+        else if (!value.isFixed())
+            value.raw = std::bit_cast<double>(word);
+        for (std::size_t i = 0; value.isFixed() && i < parts_; ++i)
+            value.parts.push_back(storage_.integer(parts_ + i, type_.isSigned()));
+        return value;
+    }
+    bool isAloneTouched() const
+    {
+        Storage middle = neighbours();
+        for (std::size_t i = parts_; i < 2 * parts_; ++i) middle.put(i, storage_.pattern(i));
+        return middle == storage_ && body_->index() == 1;
+    }
+    NumberBody& operator*() const { return *body_; }
+    NumberBody* operator->() const { return body_.get(); }
+    NumberBody const* body() const { return body_.get(); }
+
+private:
+    Storage neighbours() const
+    {
+        Storage storage(type_, 3 * parts_);
+        for (std::size_t i = 0; i < 3 * parts_; ++i)
+            storage.put(i, std::vector<Chunk>((containerBytes(type_) + 7) / 8, 0x2A2A2A2A2A2A2A2A));
+        return storage;
+    }
+
+    std::size_t parts_;
+    fxpDataTypeProp type_;
+    Storage storage_;
+    std::unique_ptr<NumberBody> body_;
+};
+
+/// The same word without scaling.
+inline fxpDataTypeProp stripped(fxpDataTypeProp type)
+{
+    type.fixedExponent = 0;
+    type.slopeAdjustmentFactor = 1.0;
+    type.bias = 0.0;
+    return type;
+}
+
+/// The real part as its getter for real-world values has it.
+inline double realWorldOf(Value const& value, std::size_t part = 0)
+{
+    if (value.isFixed()) return readRealWorld(value.parts[part], value.type);
+    return value.type.mode == fxpModeDataTypeScaledDouble ? readScaled(value.raw, value.type) : value.raw;
+}
+
+/// A raw double, or a stored integer of `from` as one, brought to the grid of `to`'s stored integers: with
+/// the net scaling, which divides if only the target has a factor, in single precision where that suffices.
+inline double throughPlan(double x, fxpDataTypeProp const& from, fxpDataTypeProp const& to)
+{
+    struct Net {
+        double factor, slope, bias;
+    };
+    auto const net = [](fxpDataTypeProp const& u, fxpDataTypeProp const& y) {
+        int carry = 0;
+        double const factor = 2 * std::frexp(u.slopeAdjustmentFactor / y.slopeAdjustmentFactor, &carry);
+        return Net{factor, std::ldexp(factor, u.fixedExponent - y.fixedExponent + carry - 1),
+                   u.bias == y.bias
+                       ? 0.0
+                       : (u.bias - y.bias) / std::ldexp(y.slopeAdjustmentFactor, y.fixedExponent)};
+    };
+    Net n = net(from, to);
+    bool const divides =
+        to.slopeAdjustmentFactor != 1.0 && n.factor != 1.0 && from.slopeAdjustmentFactor == 1.0;
+    if (divides) {
+        n = net(to, from);
+        n.bias = -n.bias;
+    }
+    auto const inPrecisionOf = [&](auto one) {
+        using T = decltype(one);
+        T const value = static_cast<T>(x), slope = static_cast<T>(n.slope), bias = static_cast<T>(n.bias);
+        if (divides) return static_cast<double>((value + bias) / slope);
+        T const product = value * slope;
+        return static_cast<double>(product + bias);
+    };
+    bool const isSingle =
+        from.mode == fxpModeDataTypeSingle && to.mode == fxpModeDataTypeFixed && n.slope >= FLT_MIN &&
+        n.slope <= FLT_MAX &&
+        (n.bias == 0.0 || (n.factor == 1.0 && sameDouble(static_cast<float>(n.bias), n.bias)));
+    return isSingle ? inPrecisionOf(1.0F) : inPrecisionOf(1.0);
+}
+
+/// A fixed value of up to `maxWordLength` bits, with a factor and a bias if `isScaled`; or one time in four,
+/// if `mayFloat`, a double near the range of such a type.
+inline Value anyValue(Random& random, int maxWordLength, bool isScaled, bool mayFloat)
+{
+    Value value{random.radixType(maxWordLength, -maxWordLength / 2, maxWordLength / 3)};
+    if (isScaled && random.coin()) {
+        value.type.slopeAdjustmentFactor = random.pick(std::array{1.0, 1.5, 1.1, -1.25, 3.0});
+        value.type.bias = random.pick(std::array{0.0, -3.7, 300.0, 0.5});
+    }
+    if (mayFloat && random.between(0, 3) == 0) {
+        value.raw = random.doubleNear(stripped(value.type));
+        switch (random.between(0, 2)) {
+        case 0: value.type.mode = fxpModeDataTypeScaledDouble; break;
+        case 1: value.type = fxpDataTypeProp::doubleDataType(); break;
+        default: value.type = fxpDataTypeProp::singleDataType(); value.raw = static_cast<float>(value.raw);
+        }
+        return value;
+    }
+    std::vector<Int> const candidates = interestingStored(value.type, random, 4);
+    for (int part = random.coin() ? 2 : 1; part > 0; --part) value.parts.push_back(random.pick(candidates));
+    return value;
+}
+
+} // namespace orvextest

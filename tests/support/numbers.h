@@ -1,0 +1,98 @@
+/// \file
+/// Numbers made from stored integers and read back, and the text that a call prints.
+#pragma once
+
+#include "support/recordingclient.h"
+#include "support/storage.h"
+
+#include <orvex/number/number.h>
+
+#include <algorithm>
+#include <iostream>
+#include <sstream>
+
+namespace orvextest
+{
+
+using ORVEX::Number;
+using Element = std::vector<Int>; ///< one part, or the real and the imaginary one
+using Elements = std::vector<Element>;
+using Dims = std::vector<unsigned long long>;
+
+inline fxpDataTypeProp s(int bits, int exponent = 0) { return fixedType(true, bits, exponent); }
+inline fxpDataTypeProp u(int bits, int exponent = 0) { return fixedType(false, bits, exponent); }
+inline fxpDataTypeProp withMode(fxpDataTypeProp type, fxpModeDataType mode)
+{
+    type.mode = mode;
+    return type;
+}
+
+/// The stored parts of an array of numbers, to be lent to one or copied into it.
+inline Storage storageOf(fxpDataTypeProp const& type, Elements const& elements)
+{
+    std::size_t const parts = elements.empty() ? 1 : elements[0].size();
+    Storage storage(type, elements.size() * parts);
+    for (std::size_t i = 0; i < storage.parts(); ++i)
+        storage.put(i, chunksOf(elements[i / parts][i % parts], (containerBytes(type) + 7) / 8));
+    return storage;
+}
+
+/// A row unless `dims` says otherwise. The client is cleared of what it heard on the way.
+inline Number numberOf(fxpDataTypeProp const& type, Elements const& elements, RecordingClient& client,
+                       Modes modes = {fxpModeRoundingFloor, 0}, Dims dims = {})
+{
+    if (dims.empty()) dims = {1, elements.size()};
+    Number number(elements.size(), dims.size(), dims.data(), type, client,
+                  static_cast<fxpModeRounding_tag>(modes.round), static_cast<fxpModeOverflow_tag>(modes.sat),
+                  !elements.empty() && elements[0].size() == 2);
+    number.copyDataIntoSIArray(storageOf(type, elements).data(), elements.size());
+    client.clear();
+    return number;
+}
+
+/// One element, and all of them, as the containers hold them.
+inline Element elementAt(Number const& number, std::size_t i)
+{
+    std::size_t const parts = number.isComplex() ? 2 : 1,
+                      bytes = parts * containerBytes(number.getDataType());
+    Storage const storage(number.getDataType(), parts,
+                          static_cast<std::byte const*>(number.getSIArray()) + i * bytes);
+    Element element{storage.integer(0, number.isSigned())};
+    if (parts == 2) element.push_back(storage.integer(1, number.isSigned()));
+    return element;
+}
+inline Elements elementsOf(Number const& number)
+{
+    Elements elements;
+    for (std::size_t i = 0; i < number.getNumberOfElements(); ++i) elements.push_back(elementAt(number, i));
+    return elements;
+}
+
+inline Dims dimsOf(Number const& number) { return {number.getDims(), number.getDims() + number.getNDims()}; }
+
+/// What `run` writes to std::cout.
+template <class Run>
+std::string printedBy(Run const& run)
+{
+    struct Capture {
+        std::ostringstream text;
+        std::streambuf* before = std::cout.rdbuf(text.rdbuf());
+        ~Capture() { std::cout.rdbuf(before); }
+    } capture;
+    run();
+    return capture.text.str();
+}
+
+/// The identifier of the diagnostic that leaves `run`, or nothing.
+template <class Run>
+std::string thrownBy(Run const& run)
+{
+    try {
+        run();
+    } catch (kvxDiagnosticException const& exception) {
+        return exception.identifier();
+    }
+    return {};
+}
+
+} // namespace orvextest
