@@ -2,6 +2,7 @@
 
 #include "client/nullclient.h"
 #include "multiword/chunkstore.h"
+#include "type_basic/clienthardware.h"
 
 #include <orvex/type_basic/selectslopecorrectiondatatype.h>
 
@@ -11,7 +12,8 @@ namespace ORVEX::array_engine
 namespace
 {
 
-/// Hears the events of one saturating store: at most an underflow and then a saturation.
+/// Hears the events of one saturating store: at most an underflow and then a
+/// saturation.
 class StoreListener final : public FxpClientNull
 {
 public:
@@ -45,27 +47,21 @@ void NetValue::announce(OrvexClientInterface& client, fxpDataTypeProp const& cas
     client.reportNetScalingDiagnostic(chunks_.data(), castType, value_, isSlope_);
 }
 
-void NetScalingCast::plan(OrvexClientInterface& client, fxpDataTypeProp const& y, fxpDataTypeProp const& u,
-                          fxpModeRounding_tag round, int sat)
+NetScalingCast::NetScalingCast(OrvexClientInterface& client, fxpDataTypeProp const& y,
+                               fxpDataTypeProp const& u, fxpModeRounding_tag round, int sat)
+    : to_(radixCopy(y)), from_(radixCopy(u)), round_(round), sat_(sat),
+      scales_(u.slopeAdjustmentFactor != y.slopeAdjustmentFactor), biases_(u.bias != y.bias)
 {
-    to_ = y;
-    from_ = u;
-    round_ = round;
-    sat_ = sat;
-    scales_ = !(u.slopeAdjustmentFactor == y.slopeAdjustmentFactor);
-    biases_ = !(u.bias == y.bias);
-    if (!scales_ && !biases_) return;
-    to_ = radixCopy(y);
-    from_ = radixCopy(u);
     if (scales_) {
         double const netSlope = u.slopeAdjustmentFactor / y.slopeAdjustmentFactor;
         fxpDataTypeProp slopeType;
         selectSlopeCorrectionDataType(&slopeType, &u, netSlope);
         slope_.quantize(netSlope, slopeType, true);
         if (!biases_) {
-            // The divisor is at most as wide as the target's largest word.
             double divisorAsDouble = 0.0;
-            divisor_.reset(2);
+            fxpProdHardware const& hardware = type_basic::hardwareOf(client);
+            divisor_.reset(numChunksForWordLength(
+                static_cast<int>(hardware.getHWIntegerWordlengths()->getBitsPerLargestInteger())));
             divides_ = getDTCSlopeCorrectionMode(client, y, u, &divisorAsDouble, &divisorType_,
                                                  divisor_.data(), round);
         }
@@ -81,6 +77,7 @@ void NetScalingCast::plan(OrvexClientInterface& client, fxpDataTypeProp const& y
 void castNetScalingToChunks(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp const& y,
                             Chunk const* src, fxpDataTypeProp const& u, fxpModeRounding_tag round, int sat)
 {
+    if (sameScaling(y, u)) return convertChunksToChunks(client, dst, y, src, u, round, sat);
     NetScalingCast const cast(client, y, u, round, sat);
     withCount(numChunksOfType(u), [&](auto n) {
         withCount(numChunksOfType(y), [&](auto m) { cast.run(client, ChunkTarget(dst, m), src, n); });

@@ -5,26 +5,19 @@
 namespace ORVEX::array_engine
 {
 
-StoredCast::StoredCast(OrvexClientInterface& client, fxpDataTypeProp const& y, fxpDataTypeProp const& u,
-                       fxpModeRounding_tag round, int sat)
+void StoredCast::planStages(OrvexClientInterface& client)
 {
-    if (y == u) return;
     constexpr int castPathStage = 2;
-    fxpOperationChoices const request{round, sat, castPathStage};
+    fxpOperationChoices const request{round_, sat_, castPathStage};
     fxpOperationChoices first = request;
-    fxpOperationChoices second = request;
-    selectCastIntermediateDataType(client, &between_, &first, &second, &y, &u, &request);
-    auto const roundingOf = [](fxpOperationChoices const& c) {
-        return static_cast<fxpModeRounding_tag>(c.roundingMode);
-    };
-    if (between_ == u) {
-        stages_ = 1;
-        last_.plan(client, y, u, roundingOf(second), second.overflowMode);
-    } else {
-        stages_ = 2;
-        first_.plan(client, between_, u, roundingOf(first), first.overflowMode);
-        last_.plan(client, y, between_, roundingOf(second), second.overflowMode);
-    }
+    fxpOperationChoices last = request;
+    selectCastIntermediateDataType(client, &between_, &first, &last, &y_, &u_, &request);
+    bool const direct = between_ == u_;
+    if (!direct)
+        first_.emplace(client, between_, u_, static_cast<fxpModeRounding_tag>(first.roundingMode),
+                       first.overflowMode);
+    last_.emplace(client, y_, direct ? u_ : between_, static_cast<fxpModeRounding_tag>(last.roundingMode),
+                  last.overflowMode);
 }
 
 } // namespace ORVEX::array_engine

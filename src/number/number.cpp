@@ -3,8 +3,11 @@
 
 #include <orvex/number_body/numberbodyfactory.h>
 
+#include "array_engine/bulk.h"
 #include "array_engine/parallelframe.h"
+#include "array_engine/storedcast.h"
 #include "multiword/chunkdouble.h"
+#include "number_body/operand.h"
 #include "number_body/zerobody.h"
 
 #include <cmath>
@@ -87,7 +90,8 @@ Number::~Number() = default;
 NumberBody& Number::body() const
 {
     if (!body_)
-        throw std::logic_error("Number: no representation holds a boolean or an unknown data type mode");
+        throw std::logic_error("Number: no representation holds a boolean or an "
+                               "unknown data type mode");
     return *body_;
 }
 
@@ -225,8 +229,8 @@ unsigned long long Number::getImagSIArrayValueUnsigned() const
 namespace
 {
 
-/// Reads every element, and its imaginary part if it has one, into `out` or a new array. The cursor is put
-/// back.
+/// Reads every element, and its imaginary part if it has one, into `out` or a
+/// new array. The cursor is put back.
 template <class T, class Real, class Imag>
 T* readAll(NumberBody& body, T* out, Real real, Imag imag)
 {
@@ -236,8 +240,10 @@ T* readAll(NumberBody& body, T* out, Real real, Imag imag)
         fresh.reset(new T[body.numberOfElements() * parts]);
         out = fresh.get();
     }
+    bool const storedIntegers = real == &NumberBody::getSIDoubleValue;
     unsigned long long const cursor = body.index();
-    for (unsigned long long i = 0; i < body.numberOfElements(); ++i) {
+    bool const done = array_engine::readElements(body, storedIntegers, out);
+    for (unsigned long long i = 0; !done && i < body.numberOfElements(); ++i) {
         body.setIndex(i);
         out[i * parts] = static_cast<T>((body.*real)());
         if (parts == 2) out[i * parts + 1] = static_cast<T>((body.*imag)());
@@ -288,13 +294,32 @@ Number& Number::operator=(double const* values)
     return *this;
 }
 
-Number& Number::operator=(Number const& other) // NOLINT(bugprone-unhandled-self-assignment): one element
+Number& Number::operator=(Number const& other) // NOLINT(bugprone-unhandled-self-assignment):
+                                               // one element
 {
     body().assignNumber(&other.body());
     return *this;
 }
 
 void Number::setValue(double const* values) { body().setValue(values); }
+
+namespace
+{
+
+/// Fixed types in one storage class each go by blocks.
+bool assignInBlocks(NumberBody& target, NumberBody const& source, unsigned long long count,
+                    array_engine::ScalarRoutine const& assignOne)
+{
+    if (count < array_engine::fewestParts || !target.isSingleChunk() ||
+        !number_body::holdsStoredIntegers(source))
+        return false;
+    if (target.dataType().mode != fxpModeDataTypeFixed) return false;
+    array_engine::StoredCast const cast(target.client(), target.dataType(), source.dataType(),
+                                        target.roundMode(), target.overflowMode());
+    return array_engine::assignElements(target, source, cast, 0, count, assignOne);
+}
+
+} // namespace
 
 void Number::arrayEquals(Number& target, Number const& source)
 {
@@ -304,11 +329,13 @@ void Number::arrayEquals(Number& target, Number const& source)
     if (count > array_engine::serialLimit) return target.body().arrayAssignParallel(&source.body(), count);
     unsigned long long const targetCursor = target.getIndex();
     unsigned long long const sourceCursor = source.getIndex();
-    for (unsigned long long i = 0; i < count; ++i) {
+    auto const assignOne = [&](std::size_t i) {
         target.setIndex(i);
         source.setIndex(source.isScalar() ? 0 : i);
         target.body().assignNumber(&source.body());
-    }
+    };
+    if (!assignInBlocks(target.body(), source.body(), count, assignOne))
+        for (std::size_t i = 0; i < count; ++i) assignOne(i);
     target.setIndex(targetCursor);
     source.setIndex(sourceCursor);
 }

@@ -1,6 +1,8 @@
 /// Arithmetic and the types of its results.
 #include <orvex/number/number.h>
 
+#include "array_engine/bulk.h"
+
 #include <algorithm>
 
 namespace ORVEX
@@ -238,11 +240,21 @@ Number Number::divide(Number const& a, Number const& b, fxpDataTypeProp const& t
     return result;
 }
 
+namespace
+{
+
+constexpr auto bulkPlus = array_engine::Binary::plus;
+constexpr auto bulkMinus = array_engine::Binary::minus;
+constexpr auto bulkTimes = array_engine::Binary::times;
+
+} // namespace
+
 /// Calls compute(result element) for each pair of elements, all cursors set. An operand of one element stays
 /// at its cursor, unless both have one: then b's moves to its element 0.
+/// Where `compute` is one of the operations that run in blocks, `operation` names it.
 template <class Compute>
 Number Number::elementwise(Number const& a, Number const& b, fxpDataTypeProp const& type, bool isComplex,
-                           Compute compute)
+                           Compute compute, array_engine::Binary const* operation)
 {
     if (!a.isScalar() && !b.isScalar() && !a.isSameSize(b))
         NumberUtils::throwIExceptionFromMessageID(Orvex::number::ArrayDimMustAgree());
@@ -253,12 +265,19 @@ Number Number::elementwise(Number const& a, Number const& b, fxpDataTypeProp con
     Number result(createAllZeroNumberBodyWithSpecifiedType(count, shape.getNDims(), shape.getDims(), type,
                                                            a.getFxpClient(), a.getRoundMode(),
                                                            a.getOverflowMode(), isComplex));
-    for (unsigned long long i = 0; i < count; ++i) {
+    auto const setCursors = [&](std::size_t i) {
         result.setIndex(i);
         if (walksA) a.setIndex(i);
         if (walksB) b.setIndex(i);
+    };
+    auto const computeOne = [&](std::size_t i) {
+        setCursors(i);
         compute(result);
-    }
+    };
+    if (operation && array_engine::combineElements(result.body(), *operation, a.body(), b.body(), computeOne))
+        setCursors(count - 1); // where the walk would have left them
+    else
+        for (std::size_t i = 0; i < count; ++i) computeOne(i);
     result.setIndex(0);
     return result;
 }
@@ -279,10 +298,11 @@ Number Number::arrayPlus(Number const& a, Number const& b)
 
 Number Number::arrayPlus(Number const& a, Number const& b, fxpDataTypeProp const& sumType)
 {
-    return elementwise(a, b, sumType, a.isComplex() || b.isComplex(), [&](Number& sum) {
+    auto const add = [&](Number& sum) {
         sum = a;
         sum += b;
-    });
+    };
+    return elementwise(a, b, sumType, a.isComplex() || b.isComplex(), add, &bulkPlus);
 }
 
 Number Number::arrayPlus(Number const& a, Number const& b, fxpDataTypeProp const& sumType,
@@ -298,10 +318,11 @@ Number Number::arrayMinus(Number const& a, Number const& b)
 
 Number Number::arrayMinus(Number const& a, Number const& b, fxpDataTypeProp const& sumType)
 {
-    return elementwise(a, b, sumType, a.isComplex() || b.isComplex(), [&](Number& difference) {
+    auto const subtract = [&](Number& difference) {
         difference = a;
         difference -= b;
-    });
+    };
+    return elementwise(a, b, sumType, a.isComplex() || b.isComplex(), subtract, &bulkMinus);
 }
 
 Number Number::arrayMinus(Number const& a, Number const& b, fxpDataTypeProp const& sumType,
@@ -330,7 +351,8 @@ Number Number::arrayTimes(Number const& a, Number const& b, fxpDataTypeProp cons
                            [&](Number& result) { result.isComplexProductOf(a, b, productType); });
     // The factors keep their order here, also if the first is the real one.
     if (productType == outputType)
-        return elementwise(a, b, outputType, isComplex, [&](Number& result) { result.isProductOf(a, b); });
+        return elementwise(
+            a, b, outputType, isComplex, [&](Number& result) { result.isProductOf(a, b); }, &bulkTimes);
     Number product = a.zeroScalar(productType, isComplex, 1);
     return elementwise(a, b, outputType, isComplex, [&](Number& result) {
         product.isProductOf(a, b);
@@ -360,11 +382,13 @@ Number& Number::arrayPlusEquals(Number const& other)
         other.setIndex(0);
         *this += other;
     } else {
-        for (unsigned long long i = 0; i < getNumberOfElements(); ++i) {
+        auto const addOne = [&](std::size_t i) {
             setIndex(i);
             if (!other.isScalar()) other.setIndex(i);
             *this += other;
-        }
+        };
+        if (!array_engine::combineElements(body(), bulkPlus, body(), other.body(), addOne))
+            for (std::size_t i = 0; i < getNumberOfElements(); ++i) addOne(i);
     }
     setIndex(cursor);
     other.setIndex(otherCursor);

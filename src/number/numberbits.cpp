@@ -3,6 +3,7 @@
 
 #include <orvex/number_body/numberbodyfactory.h>
 
+#include "array_engine/bulk.h"
 #include "array_engine/parallelframe.h"
 
 #include <cstdlib>
@@ -36,7 +37,8 @@ bool Number::operator>=(Number const& other) const
 }
 
 template <class Test>
-bool* Number::compareArrays(Number const& other, bool* out, bool mayRunParallel, Test test) const
+bool* Number::compareArrays(Number const& other, bool* out, array_engine::Comparison comparison,
+                            Test test) const
 {
     unsigned long long const count = isScalar() ? other.getNumberOfElements() : getNumberOfElements();
     if (count == 0 || (!isScalar() && !other.isScalar() && !isSameSize(other))) throwDimensions();
@@ -45,9 +47,10 @@ bool* Number::compareArrays(Number const& other, bool* out, bool mayRunParallel,
         fresh.reset(new bool[count]());
         out = fresh.get();
     }
-    if (mayRunParallel && count > array_engine::serialLimit) {
+    // Equality alone has a parallel form.
+    if (comparison == array_engine::Comparison::equal && count > array_engine::serialLimit) {
         body().arrayCompareParallel(&other.body(), out, count);
-    } else {
+    } else if (!array_engine::compareElements(body(), other.body(), comparison, false, 0, count, out)) {
         unsigned long long const cursor = getIndex();
         unsigned long long const otherCursor = other.getIndex();
         for (unsigned long long i = 0; i < count; ++i) {
@@ -64,32 +67,38 @@ bool* Number::compareArrays(Number const& other, bool* out, bool mayRunParallel,
 
 bool* Number::arrayIsEqual(Number const& other, bool* out) const
 {
-    return compareArrays(other, out, true, [](Number const& a, Number const& b) { return a == b; });
+    return compareArrays(other, out, array_engine::Comparison::equal,
+                         [](Number const& a, Number const& b) { return a == b; });
 }
 
 bool* Number::arrayIsNotEqual(Number const& other, bool* out) const
 {
-    return compareArrays(other, out, false, [](Number const& a, Number const& b) { return a != b; });
+    return compareArrays(other, out, array_engine::Comparison::notEqual,
+                         [](Number const& a, Number const& b) { return a != b; });
 }
 
 bool* Number::arrayIsLessThan(Number const& other, bool* out) const
 {
-    return compareArrays(other, out, false, [](Number const& a, Number const& b) { return a < b; });
+    return compareArrays(other, out, array_engine::Comparison::less,
+                         [](Number const& a, Number const& b) { return a < b; });
 }
 
 bool* Number::arrayIsGreaterThan(Number const& other, bool* out) const
 {
-    return compareArrays(other, out, false, [](Number const& a, Number const& b) { return a > b; });
+    return compareArrays(other, out, array_engine::Comparison::greater,
+                         [](Number const& a, Number const& b) { return a > b; });
 }
 
 bool* Number::arrayIsLessThanOrEqualTo(Number const& other, bool* out) const
 {
-    return compareArrays(other, out, false, [](Number const& a, Number const& b) { return a <= b; });
+    return compareArrays(other, out, array_engine::Comparison::lessOrEqual,
+                         [](Number const& a, Number const& b) { return a <= b; });
 }
 
 bool* Number::arrayIsGreaterThanOrEqualTo(Number const& other, bool* out) const
 {
-    return compareArrays(other, out, false, [](Number const& a, Number const& b) { return a >= b; });
+    return compareArrays(other, out, array_engine::Comparison::greaterOrEqual,
+                         [](Number const& a, Number const& b) { return a >= b; });
 }
 
 void Number::bitAndEqual(Number const& other) { body().bitAndEqual(&other.body()); }

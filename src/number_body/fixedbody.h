@@ -3,6 +3,7 @@
 /// parts an element has (real, complex) are parameters; the named classes are thin.
 #pragma once
 
+#include "array_engine/container.h"
 #include "multiword/chunkarith.h"
 #include "multiword/chunkstore.h"
 #include "multiword/target.h"
@@ -18,6 +19,7 @@ struct WordStorage {
     using Word = T;
     using Count = multiword::One;
     static constexpr bool isWord = true;
+    static constexpr auto container = array_engine::containerOf<T>();
 
     struct Value {
         Chunk chunk;
@@ -32,6 +34,7 @@ struct ChunkStorage {
     using Word = Chunk;
     using Count = int;
     static constexpr bool isWord = false;
+    static constexpr auto container = array_engine::Container::chunks;
 
     struct Value {
         Chunk const* place;
@@ -53,7 +56,8 @@ public:
     using Count = typename Storage::Count;
 
     FixedBody(Spec const& spec, int numChunks)
-        : FixedPointNumber(spec, sizeof(Word) * static_cast<std::size_t>(numChunks) * Parts, numChunks)
+        : FixedPointNumber(spec, sizeof(Word) * static_cast<std::size_t>(numChunks) * Parts,
+                           Storage::container, numChunks)
     {
     }
     FixedBody(NumberBody const& other, ORVEX::NumberUtils::CopyIndexOnly tag, int numChunks)

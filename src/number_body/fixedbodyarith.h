@@ -10,6 +10,7 @@
 ///     bit operations                           its value truncated to an integer
 #pragma once
 
+#include "array_engine/bulk.h"
 #include "array_engine/parallelframe.h"
 #include "array_engine/storedcast.h"
 #include "multiword/chunkdivide.h"
@@ -363,6 +364,9 @@ void FixedBody<Storage, Parts>::arrayCompareParallel(NumberBody const* other, bo
         });
     };
     array_engine::parallelFor(elements, [&](std::size_t begin, std::size_t end) {
+        if (array_engine::compareElements(*this, *other, array_engine::Comparison::equal, true, begin, end,
+                                          out))
+            return;
         for (std::size_t i = begin; i < end; ++i) {
             bool same = equal(place(i * step, Part::real), i, Part::real);
             if constexpr (complex) {

@@ -2,6 +2,7 @@
 /// FixedBody: storage, reads and stores.
 #pragma once
 
+#include "array_engine/bulk.h"
 #include "array_engine/parallelframe.h"
 #include "array_engine/storedcast.h"
 #include "number_body/fixedbody.h"
@@ -83,8 +84,8 @@ inline void appendHex(std::string& text, Chunk value, int width)
     text.append(digits, end);
 }
 
-/// Every element, lower case, three blanks between. The digits are those of the container or of the chunks,
-/// sign extension included; a width only fills.
+/// Every element, lower case, three blanks between. The digits are those of the
+/// container or of the chunks, sign extension included; a width only fills.
 template <class Storage, int Parts>
 std::string FixedBody<Storage, Parts>::getSIArrayInHex() const
 {
@@ -105,8 +106,8 @@ std::string FixedBody<Storage, Parts>::getSIArrayInHex() const
     return text;
 }
 
-// By index: an element of a single-word body, a chunk of a multi-word one. A multi-word complex body has no
-// such read.
+// By index: an element of a single-word body, a chunk of a multi-word one. A
+// multi-word complex body has no such read.
 
 template <class Storage, int Parts>
 unsigned long long FixedBody<Storage, Parts>::getSIArrayValueUnsignedAt(unsigned long long at) const
@@ -155,7 +156,8 @@ unsigned long long FixedBody<Storage, Parts>::getChunkOffsetOfCursor() const
     return NumberBody::getChunkOffsetOfCursor() * Parts;
 }
 
-/// The unsigned 8-bit body alone may be made with a boolean record, which no number has.
+/// The unsigned 8-bit body alone may be made with a boolean record, which no
+/// number has.
 template <class Storage>
 bool storesTruth(fxpDataTypeProp const& type)
 {
@@ -175,9 +177,12 @@ void FixedBody<Storage, Parts>::storeRealWorld(Word* place, double value)
 template <class Storage, int Parts>
 void FixedBody<Storage, Parts>::setValue(double const* values)
 {
-    auto const store = [this, values](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end; ++i)
-            storeRealWorld(static_cast<Word*>(data()) + i * static_cast<std::size_t>(count()), values[i]);
+    auto const storeOne = [this, values](std::size_t i) {
+        storeRealWorld(static_cast<Word*>(data()) + i * static_cast<std::size_t>(count()), values[i]);
+    };
+    auto const store = [&](std::size_t begin, std::size_t end) {
+        if (array_engine::storeReals(*this, values, begin, end, storeOne)) return;
+        for (std::size_t i = begin; i < end; ++i) storeOne(i);
     };
     unsigned long long const parts = numberOfElements() * Parts;
     if (parts > array_engine::serialLimit)
@@ -238,7 +243,8 @@ void FixedBody<Storage, Parts>::imagEquals(NumberBody const* other)
     if constexpr (complex) assignPart(here(Part::imag), *other, Part::real);
 }
 
-/// Takes the other's imaginary chunks as they are, as far as they go, and its sign above them.
+/// Takes the other's imaginary chunks as they are, as far as they go, and its
+/// sign above them.
 template <class Storage, int Parts>
 void FixedBody<Storage, Parts>::assignImagOf(NumberBody const* other)
 {
@@ -260,15 +266,17 @@ void FixedBody<Storage, Parts>::arrayAssignParallel(NumberBody const* other, uns
     unsigned long long const sourceStep = other->isScalar() ? 0 : 1;
     // A real source leaves the imaginary parts of a complex target as they were.
     bool const withImag = complex && other->isComplex();
-    array_engine::parallelFor(elements, [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end; ++i) {
-            for (Part const part : {Part::real, Part::imag}) {
-                if (part == Part::imag && !withImag) break;
-                withChunks(operandAt(*other, i * sourceStep, part), [&](Chunk const* chunks, auto n) {
-                    cast.run(client(), target(place(i * step, part)), chunks, n);
-                });
-            }
+    auto const assignOne = [&](std::size_t i) {
+        for (Part const part : {Part::real, Part::imag}) {
+            if (part == Part::imag && !withImag) break;
+            withChunks(operandAt(*other, i * sourceStep, part), [&](Chunk const* chunks, auto n) {
+                cast.run(client(), target(place(i * step, part)), chunks, n);
+            });
         }
+    };
+    array_engine::parallelFor(elements, [&](std::size_t begin, std::size_t end) {
+        if (array_engine::assignElements(*this, *other, cast, begin, end, assignOne)) return;
+        for (std::size_t i = begin; i < end; ++i) assignOne(i);
     });
 }
 

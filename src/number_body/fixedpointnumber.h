@@ -13,8 +13,9 @@ public:
     bool isMultiChunk() const override { return numChunks_ > 1; }
 
 protected:
-    FixedPointNumber(Spec const& spec, std::size_t bytesPerElement, int numChunks)
-        : NumberBody(spec, bytesPerElement), numChunks_(numChunks)
+    FixedPointNumber(Spec const& spec, std::size_t bytesPerElement, ORVEX::array_engine::Container container,
+                     int numChunks)
+        : NumberBody(spec, bytesPerElement, container), numChunks_(numChunks)
     {
     }
     FixedPointNumber(NumberBody const& other, ORVEX::NumberUtils::CopyIndexOnly tag, int numChunks)

@@ -2,6 +2,7 @@
 /// What bodies of doubles and floats have in common, and the two of them.
 #pragma once
 
+#include "array_engine/container.h"
 #include "number_body/operand.h"
 
 /// An array of T, real only: no rounding, no overflow and, but for what is told here, no arithmetic.
@@ -10,7 +11,9 @@ template <class T>
 class FloatingBody : public NumberBody
 {
 public:
-    FloatingBody(Spec const& spec, int) : NumberBody(spec, sizeof(T)) {}
+    FloatingBody(Spec const& spec, int) : NumberBody(spec, sizeof(T), ORVEX::array_engine::containerOf<T>())
+    {
+    }
     FloatingBody(NumberBody const& other, ORVEX::NumberUtils::CopyIndexOnly tag, int) : NumberBody(other, tag)
     {
     }

@@ -9,10 +9,11 @@
 using ORVEX::number_body::saturatingProduct;
 using ORVEX::number_body::SharedBlock;
 
-NumberBody::NumberBody(Spec const& spec, std::size_t bytesPerElement)
+NumberBody::NumberBody(Spec const& spec, std::size_t bytesPerElement,
+                       ORVEX::array_engine::Container container)
     : numberOfElements_(spec.count), dataType_(spec.type), roundMode_(spec.round),
       overflowMode_(spec.overflow), client_(&spec.client), dataIsExternal_(spec.isExternal),
-      bytesPerElement_(bytesPerElement), smallDims_{1, spec.count},
+      container_(container), bytesPerElement_(bytesPerElement), smallDims_{1, spec.count},
       shared_(SharedBlock::create(spec.isExternal ? 0 : saturatingProduct(spec.count, bytesPerElement))),
       data_(spec.isExternal ? spec.external : shared_->storage())
 {
@@ -21,6 +22,7 @@ NumberBody::NumberBody(Spec const& spec, std::size_t bytesPerElement)
 NumberBody::NumberBody(NumberBody const& other, ORVEX::NumberUtils::CopyIndexOnly)
     : numberOfElements_(other.numberOfElements_), dataType_(other.dataType_), roundMode_(other.roundMode_),
       overflowMode_(other.overflowMode_), client_(other.client_), dataIsExternal_(other.dataIsExternal_),
+      container_(other.container_),
       bytesPerElement_(other.bytesPerElement_), smallDims_{1, 1}, shared_(other.shared_), data_(other.data_)
 {
     setNDims(other.nDims_);

@@ -12,6 +12,12 @@
 #include <string>
 #include <vector>
 
+namespace ORVEX::array_engine
+{
+enum class Binary;
+enum class Comparison;
+} // namespace ORVEX::array_engine
+
 namespace ORVEX
 {
 
@@ -356,10 +362,10 @@ private:
     void isComplexProductOf(Number const& a, Number const& b, fxpDataTypeProp const& productType);
     template <class Compute>
     static Number elementwise(Number const& a, Number const& b, fxpDataTypeProp const& type, bool isComplex,
-                              Compute compute);
+                              Compute compute, array_engine::Binary const* operation = nullptr);
     Number convertedSerially(fxpDataTypeProp const& type) const;
     template <class Test>
-    bool* compareArrays(Number const& other, bool* out, bool mayRunParallel, Test test) const;
+    bool* compareArrays(Number const& other, bool* out, array_engine::Comparison comparison, Test test) const;
     template <class Combine>
     static Number combineBitsOfArrays(Number const& a, Number const& b, Combine combine);
     template <class F>

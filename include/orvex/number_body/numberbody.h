@@ -8,12 +8,17 @@
 #include <orvex/foundation/numberutils.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 
 namespace ORVEX::number_body
 {
 struct SharedBlock;
+}
+namespace ORVEX::array_engine
+{
+enum class Container : std::uint8_t;
 }
 
 /// An array of elements of one data type, with the modes and the client that govern every store into it, a
@@ -134,7 +139,8 @@ public:
     unsigned long long useCount() const;          ///< bodies that share this storage
 
     std::size_t bytesPerElement() const { return bytesPerElement_; }
-    void clear(); ///< zeroes the storage, byte by byte
+    ORVEX::array_engine::Container container() const { return container_; } ///< what one part is stored in
+    void clear();                              ///< zeroes the storage, byte by byte
     void copyRawFrom(NumberBody const& other); ///< copies stored bytes, as far as both arrays have them
 
     /// What a body is made from.
@@ -150,13 +156,13 @@ public:
 
 protected:
     /// Shape {1, count}.
-    NumberBody(Spec const& spec, std::size_t bytesPerElement);
+    NumberBody(Spec const& spec, std::size_t bytesPerElement, ORVEX::array_engine::Container container);
     /// The storage of `other`, shared; the same shape; cursor 0.
     NumberBody(NumberBody const& other, ORVEX::NumberUtils::CopyIndexOnly);
 
     void* data() const { return data_; }
     void adopt(void* external);
-    void resize(unsigned long long count); ///< keeps the first elements and zeroes new ones
+    void resize(unsigned long long count);                   ///< keeps the first elements and zeroes new ones
     void copyIn(void const* from, unsigned long long count); ///< `count` elements
 
 private:
@@ -169,6 +175,7 @@ private:
     OrvexClientInterface* client_;
     unsigned long long index_ = 0;
     bool dataIsExternal_;
+    ORVEX::array_engine::Container container_;
     std::size_t bytesPerElement_;
     unsigned long long nDims_ = 2;
     unsigned long long smallDims_[2];

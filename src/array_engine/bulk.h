@@ -1,0 +1,57 @@
+/// \file
+/// Array operations by blocks of lanes.
+///
+/// Each operation works out once, from the types and modes, whether lanes hold
+/// all that can occur; if not, it answers false and has done nothing. Otherwise
+/// it stores every element whose store raises no event, and hands each other
+/// one, in element order and with all elements before it stored and all after
+/// it untouched, to the caller's scalar routine. So values, events, their order
+/// and what a hook sees are those of the scalar kernels.
+#pragma once
+
+#include "array_engine/lanes.h"
+
+#include <orvex/number_body/numberbody.h>
+
+#include <functional>
+
+namespace ORVEX::array_engine
+{
+
+class StoredCast;
+
+/// Fewer parts than this are done one by one: planning costs as much as some scalar stores.
+inline constexpr std::size_t fewestParts = 16;
+
+/// Does one element, or one part where told, the scalar way.
+using ScalarRoutine = std::function<void(std::size_t index)>;
+
+/// target[i] := values[i] for parts [begin, end): `index` is a part.
+bool storeReals(NumberBody& target, double const* values, std::size_t begin, std::size_t end,
+                ScalarRoutine const& scalar);
+
+/// target[i] := source[i], or the source's element 0 if it has but one, for
+/// elements [begin, end), by a cast between their types.
+bool assignElements(NumberBody& target, NumberBody const& source, StoredCast const& cast, std::size_t begin,
+                    std::size_t end, ScalarRoutine const& scalar);
+
+enum class Binary { plus, minus, times };
+
+/// target[i] := a[i] op b[i] for all elements of the target; an operand of one
+/// element stands at its cursor. Sums are formed in the target's type, products
+/// in full and then converted. The target may be a.
+bool combineElements(NumberBody& target, Binary operation, NumberBody const& a, NumberBody const& b,
+                     ScalarRoutine const& scalar);
+
+/// out[i] := a[i] test b[i] for elements [begin, end), of real bodies; a body
+/// of one element stands for its element 0. Compares by weight: where factors
+/// or biases differ, only if `radixOnly`.
+bool compareElements(NumberBody const& a, NumberBody const& b, Comparison test, bool radixOnly,
+                     std::size_t begin, std::size_t end, bool* out);
+
+/// out[i] := part i as a real-world value, or as a stored integer, for all
+/// parts.
+template <class Real>
+bool readElements(NumberBody const& body, bool storedIntegers, Real* out);
+
+} // namespace ORVEX::array_engine
