@@ -5,6 +5,8 @@
 #include "multiword/chunkgeometry.h"
 #include "multiword/rounding.h"
 
+#include <algorithm>
+
 namespace ORVEX::multiword
 {
 
@@ -78,9 +80,9 @@ Event shiftLeftSaturatingChunks(Chunk* chunks, fxpDataTypeProp const& type, unsi
 {
     if (chunksAreZero(chunks, count)) return Event::none;
     Chunk const fill = signFillChunk(chunks, type, count);
-    long long const shift = static_cast<long long>(n);
-    bool const fits = shift < type.wordLength && // a count beyond 2^63 is no count that an interface can pass
-                      chunksAreFillFrom(chunks, type.getWordLengthNonSign() - shift, fill, count);
+    bool const fits =
+        n < static_cast<unsigned long long>(std::max(0, type.wordLength)) &&
+        chunksAreFillFrom(chunks, type.getWordLengthNonSign() - static_cast<long long>(n), fill, count);
     if (fits) {
         shiftLeftChunks(chunks, type, n, count);
         return Event::none;
@@ -101,7 +103,7 @@ void shiftChunksSigned(OrvexClientInterface& client, Chunk* chunks, fxpDataTypeP
     if (shift > 0)
         shiftRightArithmeticChunks(client, chunks, type, static_cast<unsigned long long>(shift), count);
     else
-        shiftLeftChunks(chunks, type, static_cast<unsigned long long>(-shift), count);
+        shiftLeftChunks(chunks, type, 0ull - static_cast<unsigned long long>(shift), count);
 }
 
 /// The facts that rounding needs of the n >= 1 bits about to go. Beyond the top chunk the sign answers.

@@ -70,6 +70,29 @@ inline Elements elementsOf(Number const& number)
 
 inline Dims dimsOf(Number const& number) { return {number.getDims(), number.getDims() + number.getNDims()}; }
 
+/// A number of the given shape on the first elements of a lent array of 1, 2, 3... up to 7, standing at
+/// `cursor`, also if it has one element only.
+struct Lent {
+    Storage storage;
+    RecordingClient client;
+    Number number;
+    Lent(Dims const& dims, unsigned long long cursor)
+        : storage(storageOf(s(16), {{1}, {2}, {3}, {4}, {5}, {6}, {7}})),
+          number(storage.data(), s(16), client, count(dims), fxpModeRoundingNearest, fxpModeOverflowSaturate,
+                 false)
+    {
+        number.setNDims(dims.size());
+        number.setDims(dims.data());
+        number.setIndex(cursor);
+    }
+    static unsigned long long count(Dims const& dims)
+    {
+        unsigned long long n = 1;
+        for (auto const size : dims) n *= size;
+        return n;
+    }
+};
+
 /// What `run` writes to std::cout.
 template <class Run>
 std::string printedBy(Run const& run)

@@ -21,6 +21,12 @@ inline std::size_t containerBytes(fxpDataTypeProp const& type)
     return 8 * chunkCount(type);
 }
 
+/// The chunks of a stored integer of a fixed-point type, at least one.
+inline std::vector<Chunk> patternOf(Int const& stored, fxpDataTypeProp const& type)
+{
+    return chunksOf(stored, (containerBytes(type) + 7) / 8);
+}
+
 /// A copy of the parts of an array, or an array to be lent to a number.
 class Storage
 {
@@ -82,7 +88,7 @@ inline Stored storedOf(double value, fxpDataTypeProp const& type, Modes modes)
     case fxpModeDataTypeSingle: return {{std::bit_cast<std::uint32_t>(static_cast<float>(value))}, {}};
     default: {
         Outcome const outcome = quantize(value, type, modes.round, modes.sat);
-        return {chunksOf(outcome.stored, (containerBytes(type) + 7) / 8), outcome.events};
+        return {patternOf(outcome.stored, type), outcome.events};
     }
     }
 }

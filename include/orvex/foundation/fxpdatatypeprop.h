@@ -69,7 +69,12 @@ public:
     int getWordLengthNonSign() const { return wordLength - (isSigned() ? 1 : 0); }
 
     /// Power-of-two weight of the most significant bit that is not the sign.
-    int getPow2WtMSNonSignBit() const { return fixedExponent + getWordLengthNonSign() - 1; }
+    int getPow2WtMSNonSignBit() const
+    {
+        // Unsigned, so that an exponent at the end of its range wraps as a 32-bit number does.
+        return static_cast<int>(static_cast<unsigned>(fixedExponent) +
+                                static_cast<unsigned>(getWordLengthNonSign()) - 1u);
+    }
 
     /// A boolean record becomes unsigned fixed of 8 bits without scaling; any other stays as it is.
     void changeIfBooleanToUint8();
