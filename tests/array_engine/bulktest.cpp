@@ -57,6 +57,8 @@ Case randomCase(Random& random, int maxBits, bool withScaling)
 {
     auto const type = [&] {
         fxpDataTypeProp t = random.radixType(maxBits, -12, 4);
+        // The net slope of a signed 1-bit source is 0, which a cast between different biases throws out.
+        if (withScaling) t.wordLength = std::max(2, t.wordLength);
         if (withScaling && random.coin()) t.slopeAdjustmentFactor = random.pick(std::array{1.0, 1.25, 1.5});
         if (withScaling && random.coin()) t.bias = random.pick(std::array{0.0, 1.0, -0.75});
         return t;
@@ -67,6 +69,7 @@ Case randomCase(Random& random, int maxBits, bool withScaling)
     c.isComplex = random.between(0, 3) == 0;
     c.scalarB = random.between(0, 3) == 0;
     c.count = random.pick(std::array{15ull, 16ull, 17ull, 100ull, 499ull, 500ull});
+    if (c.isComplex) c.count = std::min(c.count, 250ull); // filling a biased result runs in parallel above
     std::size_t const parts = c.count * (c.isComplex ? 2 : 1);
     c.targetBytes = randomWords(random, c.target, parts);
     c.aBytes = randomWords(random, c.a, parts);
@@ -215,7 +218,6 @@ TEST(BulkReals, SetValueStoresAndTellsWhatAssignmentDoes)
     for (int round = 0; round < 1500; ++round) {
         Case c = randomCase(random, random.pick(std::array{8, 16, 32, 64}), random.coin());
         if (random.between(0, 4) == 0) c.target.wordLength = random.between(65, 200);
-        if (c.isComplex) c.count /= 2;
         std::size_t const parts = c.count * (c.isComplex ? 2 : 1);
         c.targetBytes.assign(parts * containerBytes(c.target), 0);
         int const rarity = random.pick(std::array{1, 10, 200});
