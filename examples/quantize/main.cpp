@@ -68,14 +68,14 @@ do for [picture in "svg png"] {
 }
 )";
 
-/// The values that `wanted` becomes in a type.
-std::vector<double> quantized(std::vector<double> const& wanted, fxpDataTypeProp const& type, int rounding,
-                              int overflow, OrvexClientInterface& client)
+/// The values that `wanted` becomes in a type, held as an array of stored integers in between.
+std::vector<double> quantized(std::vector<double> const& wanted, fxpDataTypeProp const& type,
+                              fxpModeRounding_tag rounding, fxpModeOverflow_tag overflow,
+                              OrvexClientInterface& client)
 {
-    std::vector<double> got;
-    got.reserve(wanted.size());
-    for (double const value : wanted)
-        got.push_back(ORVEX::mpr_quantize(client, value, type, rounding, overflow));
+    ORVEX::Number const stored(wanted.data(), type, client, wanted.size(), rounding, overflow, false);
+    std::vector<double> got(wanted.size());
+    stored.getAllRWDoubleValues(got.data());
     return got;
 }
 
@@ -103,7 +103,8 @@ Trial tryType(std::vector<double> const& wanted, int bits, std::size_t rounding,
     double const ulp = std::ldexp(1.0, type.fixedExponent);
     EventCounter heard;
     Trial trial;
-    trial.got = quantized(wanted, type, static_cast<int>(rounding), static_cast<int>(overflow), heard);
+    trial.got = quantized(wanted, type, static_cast<fxpModeRounding_tag>(rounding),
+                          static_cast<fxpModeOverflow_tag>(overflow), heard);
     for (std::size_t i = 0; i < wanted.size(); ++i) {
         trial.all.add(wanted[i], trial.got[i]);
         if (wanted[i] >= -1 && wanted[i] <= 1 - ulp) trial.fitting.add(wanted[i], trial.got[i]);
