@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -52,6 +53,18 @@ inline Sound readSound(std::filesystem::path const& file)
     need(std::all_of(sound.samples.begin(), sound.samples.end(), [](double x) { return std::isfinite(x); }),
          "it holds a sample that is not finite");
     return sound;
+}
+
+/// Applies the gain, or if there is none the one that brings anything but silence to a peak of `peak`.
+/// Answers the gain. Throws std::runtime_error if it is out of range.
+inline double amplify(std::vector<double>& samples, std::optional<double> gain, double peak)
+{
+    double largest = 0;
+    for (double const sample : samples) largest = std::max(largest, std::abs(sample));
+    double const factor = gain.value_or(largest > 1e-9 ? peak / largest : 1);
+    if (!(factor > 0 && largest * factor < 1e100)) throw std::runtime_error("the gain is out of range");
+    for (double& sample : samples) sample *= factor;
+    return factor;
 }
 
 /// Writes a WAV file of 32-bit floats, or of 64-bit ones where samples of `bits` bits would not survive in
