@@ -22,6 +22,13 @@ ORVEX_CLONES void widen(T const* words, std::size_t n, Lane* lanes)
     for (std::size_t i = 0; i < n; ++i) lanes[i] = static_cast<Lane>(words[i]);
 }
 
+template <class Lane>
+ORVEX_CLONES void markOutside(Lane const* lanes, std::size_t n, Lane least, Lane most, Marks* marks)
+{
+    for (std::size_t i = 0; i < n; ++i)
+        marks[i] = static_cast<Marks>(marks[i] | (lanes[i] < least) | (lanes[i] > most));
+}
+
 template <class Lane, class T>
 ORVEX_CLONES void narrow(Lane const* lanes, std::size_t n, T* words)
 {
@@ -290,6 +297,8 @@ ORVEX_INSTANTIATE(long long)
 ORVEX_INSTANTIATE(unsigned long long)
 #undef ORVEX_INSTANTIATE
 
+template void markOutside<Lane32>(Lane32 const*, std::size_t, Lane32, Lane32, Marks*);
+template void markOutside<Lane64>(Lane64 const*, std::size_t, Lane64, Lane64, Marks*);
 template void shiftLanes<Lane32>(Lane32*, std::size_t, LaneShift<Lane32> const&, Marks*);
 template void shiftLanes<Lane64>(Lane64*, std::size_t, LaneShift<Lane64> const&, Marks*);
 template void addLanes<Lane32>(Lane32*, Lane32 const*, std::size_t, bool, Lane32, Lane32, Marks*);

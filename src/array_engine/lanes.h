@@ -31,6 +31,10 @@ using Marks = std::uint8_t;
 template <class T, class Lane>
 void widen(T const* words, std::size_t n, Lane* lanes);
 
+/// Marks lanes outside a range.
+template <class Lane>
+void markOutside(Lane const* lanes, std::size_t n, Lane least, Lane most, Marks* marks);
+
 /// Writes n lanes into words that hold their values.
 template <class Lane, class T>
 void narrow(Lane const* lanes, std::size_t n, T* words);
