@@ -150,12 +150,14 @@ fxpDataTypeProp const& Number::getDataTypeForNonAssignmentOpTimes(Number const& 
 template <class Compute>
 Number Number::computedIn(fxpDataTypeProp const& type, bool isComplex, Compute compute) const
 {
-    fxpDataTypeProp const& outputType = binaryOpOutputUserSpecified_ ? *binaryOpOutputType_ : type;
-    Number result = zeroScalar(outputType, isComplex);
-    if (outputType == type) {
+    // Copies: a hook may compute with this handle and so replace its records.
+    fxpDataTypeProp const computed = type;
+    fxpDataTypeProp const output = binaryOpOutputUserSpecified_ ? *binaryOpOutputType_ : computed;
+    Number result = zeroScalar(output, isComplex);
+    if (output == computed) {
         compute(result);
     } else {
-        Number intermediate = zeroScalar(type, isComplex);
+        Number intermediate = zeroScalar(computed, isComplex);
         compute(intermediate);
         result = intermediate;
     }
@@ -182,7 +184,7 @@ Number Number::operator-(Number const& other) const
 
 Number Number::operator*(Number const& other) const
 {
-    fxpDataTypeProp const& product = getDataTypeForNonAssignmentOpTimes(other);
+    fxpDataTypeProp const product = getDataTypeForNonAssignmentOpTimes(other);
     bool const bothComplex = isComplex() && other.isComplex();
     fxpDataTypeProp const accumulator = !bothComplex                      ? product
                                         : nonAssignmentPlusUserSpecified_ ? *nonAssignmentPlusType_

@@ -112,10 +112,10 @@ bool trialCastLeavesRange(fxpDataTypeProp const& a, fxpDataTypeProp const& b, Fx
 {
     fxpDataTypeProp target = b;
     if (a.mode == fxpModeDataTypeFixed) {
-        int const finer = std::max(b.fixedExponent - a.fixedExponent, 0) +
-                          (a.slopeAdjustmentFactor != b.slopeAdjustmentFactor ? doubleMantissaBits : 0);
-        target.setWordLength(b.wordLength + finer);
-        target.fixedExponent -= finer;
+        long long const finer = std::max(0ll, static_cast<long long>(b.fixedExponent) - a.fixedExponent) +
+                                (a.slopeAdjustmentFactor != b.slopeAdjustmentFactor ? doubleMantissaBits : 0);
+        target.setWordLength(static_cast<int>(b.wordLength + finer));
+        target.fixedExponent = static_cast<int>(b.fixedExponent - finer);
     }
     Number const least = extremeNumber(a, client, false);
     Number const largest = extremeNumber(a, client, true);

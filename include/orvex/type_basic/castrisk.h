@@ -22,7 +22,8 @@ ORVEX_API boost::logic::tribool castCanLosePrecision(fxpDataTypeProp const& from
 /// client's hardware (null stands for an ASIC); this client hears nothing.
 ///
 /// Where 0.0 itself lies outside a target with a bias the trial says true, even if all values of `from` fit:
-/// the result of a cast starts as zero.
+/// the result of a cast starts as zero. Throws kvxDiagnosticException where the trial has no intermediate
+/// type: from one signed bit to another bias.
 ORVEX_API boost::logic::tribool parameterCastCanBeOutOfBounds(OrvexClientInterface& client,
                                                               fxpDataTypeProp const& from,
                                                               fxpDataTypeProp const& to);
