@@ -40,9 +40,8 @@ void shiftRightArithmeticChunks(OrvexClientInterface& client, Chunk* chunks, fxp
                                 unsigned long long n, Count count)
 {
     Chunk const fill = signFillChunk(chunks, type, count);
-    if (fill == 0 && static_cast<long long>(n) >= type.getWordLengthNonSign() &&
-        !chunksAreZero(chunks, count))
-        client.handleUnderflow();
+    auto const magnitudeBits = static_cast<unsigned long long>(std::max(0, type.getWordLengthNonSign()));
+    if (fill == 0 && n >= magnitudeBits && !chunksAreZero(chunks, count)) client.handleUnderflow();
     moveChunksDown(chunks, n, fill, count);
 }
 

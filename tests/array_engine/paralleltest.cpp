@@ -70,8 +70,8 @@ TEST(Parallel, ComparesStoredIntegersAtTheirExponents)
             return anyElements(random, type, random.between(0, 3) == 0 ? 1 : count, random.coin());
         };
         Elements as = elements(a), bs = elements(b);
-        if (as.size() == 1 && bs.size() == 1) continue;
         if (a == b && i % 2 == 0) bs = as; // a number with itself
+        if (as.size() == 1 && bs.size() == 1) continue;
         RecordingClient client;
         Number const x = numberOf(a, as, client), y = numberOf(b, bs, client);
         std::array<bool, 801> out{};

@@ -1,11 +1,13 @@
 /// \file
-/// One element of any representation in a body of its own, and the steps in double arithmetic that a cast
-/// through a float is made of.
+/// One element of any representation in a body of its own, what an operation on it leaves and tells, and the
+/// steps in double arithmetic that a cast through a float is made of.
 #pragma once
 
 #include "support/numbers.h"
 
 #include <orvex/number_body/numberbodyfactory.h>
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cfloat>
@@ -94,6 +96,46 @@ private:
     Storage storage_;
     std::unique_ptr<NumberBody> body_;
 };
+
+/// What an operation leaves in a fixed element and tells, and what is seen in the element at each event.
+struct Steps {
+    Modes modes;
+    Element now;
+    Events events{};
+    Elements seen{};
+    std::string text{};
+};
+
+/// Runs an operation to its end, and with hooks that throw at each event.
+template <class Run>
+void checkOperation(char const* name, Value const& before, Steps const& wanted, Run const& run)
+{
+    for (std::size_t throwAt = 0; throwAt <= wanted.events.size(); ++throwAt) {
+        Held held(before, wanted.modes);
+        Elements seen;
+        held.client.throwAt = throwAt;
+        held.client.onEvent = [&](Event) { seen.push_back(held.value().parts); };
+        std::string const text = printedBy([&] {
+            try {
+                run(*held);
+            } catch (RecordingClient::Thrown const&) {
+            }
+        });
+        std::size_t const told = std::min(throwAt + 1, wanted.events.size());
+        Elements wantedSeen(wanted.seen.begin(), wanted.seen.begin() + static_cast<long>(told));
+        bool const isLast = throwAt == wanted.events.size();
+        wantedSeen.push_back(isLast ? wanted.now : wanted.seen[throwAt]);
+        Events heard = wanted.events;
+        heard.resize(told);
+        seen.push_back(held.value().parts);
+        ASSERT_TRUE(seen == wantedSeen && held.client.events() == heard && held.isAloneTouched() &&
+                    (!isLast || text == wanted.text))
+            << name << ", throwing at event " << throwAt << ": " << testing::PrintToString(seen)
+            << " instead of " << testing::PrintToString(wantedSeen) << ", "
+            << testing::PrintToString(held.client.events()) << " instead of " << testing::PrintToString(heard)
+            << ", text '" << text << "'";
+    }
+}
 
 /// The same word without scaling.
 inline fxpDataTypeProp stripped(fxpDataTypeProp type)

@@ -70,6 +70,23 @@ inline Elements elementsOf(Number const& number)
 
 inline Dims dimsOf(Number const& number) { return {number.getDims(), number.getDims() + number.getNDims()}; }
 
+/// All values of a type of up to 4 bits, or interesting ones of a wider one; imaginary parts at random.
+inline Elements valuesOf(fxpDataTypeProp const& type, Random& random, bool isComplex, std::size_t atMost = 64)
+{
+    std::vector<Int> values = interestingStored(type, random, 6);
+    if (type.wordLength <= 4) {
+        values.clear();
+        for (Int value = minStored(type); value <= maxStored(type); ++value) values.push_back(value);
+    }
+    std::ranges::shuffle(values, std::mt19937_64(random.bits()));
+    Elements elements;
+    for (Int const& value : values) elements.push_back({value});
+    elements.resize(std::min(elements.size(), atMost));
+    for (Element& element : elements)
+        if (isComplex) element.push_back(random.pick(values));
+    return elements;
+}
+
 /// A number of the given shape on the first elements of a lent array of 1, 2, 3... up to 7, standing at
 /// `cursor`, also if it has one element only.
 struct Lent {

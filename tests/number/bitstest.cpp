@@ -1,0 +1,302 @@
+#include "support/numbers.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <functional>
+
+namespace
+{
+using namespace orvextest;
+using Type = fxpDataTypeProp;
+
+std::string const dimsDisagree = Orvex::number::ArrayDimMustAgree().identifier();
+std::string const outOfRange = Orvex::number::bitIndexOutOfRange().identifier();
+
+/// Runs a form and compares elements, events in their order, what is stored at each event, and the cursor.
+void check(Type const& type, Elements const& elements, Modes modes, unsigned long long end,
+           std::function<Outcome(Int const&)> const& model, std::function<void(Number&)> const& run)
+{
+    RecordingClient client;
+    Number x = numberOf(type, elements, client, modes);
+    Elements want, seen, wantSeen;
+    Events events;
+    client.onEvent = [&](Event) { seen.push_back(elementAt(x, x.getIndex())); };
+    for (Element const& element : elements) {
+        want.push_back(element);
+        for (Int& part : want.back()) { // underflow finds the old value, saturation the new one
+            Outcome const outcome = model(part);
+            Element const before = want.back();
+            part = outcome.stored;
+            events.insert(events.end(), outcome.events.begin(), outcome.events.end());
+            if (!outcome.events.empty())
+                wantSeen.push_back(outcome.events[0] == Event::underflow ? before : want.back());
+        }
+    }
+    run(x);
+    ASSERT_EQ(elementsOf(x), want);
+    ASSERT_EQ(client.events(), events);
+    ASSERT_EQ(seen, wantSeen);
+    ASSERT_EQ(x.getIndex(), end);
+}
+
+std::vector<Type> wordTypes()
+{
+    std::vector<Type> types = seamTypes(-3);
+    for (int bits = 3; bits <= 6; ++bits) types.insert(types.end(), {s(bits), u(bits)});
+    std::erase_if(types, [](Type const& type) { return type.wordLength > 64; });
+    return types;
+}
+
+Outcome shiftedRight(Type const& type, Int const& value, unsigned n)
+{
+    bool const isLost = value > 0 && n >= static_cast<unsigned>(type.getWordLengthNonSign());
+    return {floorOf(Rational(value, Int(1) << std::min(n, 999U))), Events(isLost ? 1 : 0, Event::underflow)};
+}
+Outcome shiftedLeft(Type const& type, Int const& value, unsigned n, int sat)
+{
+    Int const wide = value << std::min(n, 999U);
+    return sat != 0 ? store(Rational(wide), type, 0, 1) : Outcome{wrapTo(wide, type), {}};
+}
+
+TEST(Bits, ShiftsOfWordsByAnyCount)
+{
+    Random random(51);
+    for (Type const& type : wordTypes())
+        for (int const count : {0, 1, 2, type.wordLength - 1, type.wordLength, type.wordLength + 1, 63, 64,
+                                65, 1000, INT_MAX, INT_MIN, -1, -2, 1 - type.wordLength}) {
+            Elements const elements = valuesOf(type, random, random.between(0, 3) == 0);
+            Modes const modes{0, random.between(0, 1)};
+            unsigned const n = static_cast<unsigned>(count);
+            SCOPED_TRACE(testing::Message() << type << modes << " by " << count);
+            auto shift = [&](auto by, auto scalar, auto array, auto model) {
+                check(type, {elements[0]}, modes, 0, model, [=](Number& x) { (x.*scalar)(by); });
+                check(type, elements, modes, n == 0 ? 0 : elements.size() - 1, model,
+                      [=](Number& x) { (x.*array)(by); });
+            };
+            shift(n, &Number::bitShiftRightArith, &Number::arrayBitShiftRightArith,
+                  [&](Int const& value) { return shiftedRight(type, value, n); });
+            shift(n, &Number::bitShiftRightLogical, &Number::arrayBitShiftRightLogical,
+                  [&](Int const& value) {
+                      Int const bits = n == 0 ? value : modulo(value, maxStored(u(type.wordLength)) + 1);
+                      return Outcome{shiftedRight(type, bits, n).stored, {}};
+                  });
+            shift(n, &Number::bitShiftLeftLogical, &Number::arrayBitShiftLeftLogical,
+                  [&](Int const& value) { return shiftedLeft(type, value, n, 0); });
+            if (count == 0) continue;
+            shift(count, &Number::bitShiftArith, &Number::arrayBitShiftArith, [&](Int const& value) {
+                return count < 0 ? shiftedRight(type, value, 0U - n) : shiftedLeft(type, value, n, modes.sat);
+            });
+        }
+}
+
+TEST(Bits, LogicPairsElementsAndTakesContainersAsTheyAre)
+{
+    struct Row {
+        Dims a, b;
+        unsigned long long bEnd; ///< b's cursor
+        bool agree = true;
+    };
+    Row const rows[] = {
+        {{1, 1}, {1, 1}, 0},        {{1, 5}, {1, 1}, 0},        {{1, 1}, {2, 3}, 1},
+        {{2, 3}, {2, 3}, 5},        {{1, 0}, {1, 1}, 1},        {{1, 1}, {1, 0}, 1},
+        {{2, 3}, {3, 2}, 1, false}, {{1, 5}, {1, 4}, 1, false}, {{2, 2}, {2, 2, 1}, 1, false}};
+    constexpr decltype(&Number::bitAnd) ofArrays[] = {Number::arrayBitAnd, Number::arrayBitOr,
+                                                      Number::arrayBitXor},
+                                        ofOne[] = {Number::bitAnd, Number::bitOr, Number::bitXor};
+    for (Row const& row : rows)
+        for (std::size_t op = 0; op < 3; ++op) {
+            SCOPED_TRACE(testing::PrintToString(row.a) + std::to_string(op) + testing::PrintToString(row.b));
+            auto combined = [&](int x, int y) -> Element {
+                return {op == 0 ? x & y : op == 1 ? x | y : x ^ y};
+            };
+            Lent a(row.a, 2), b(row.b, 1);
+            b.number.setWordLength(12);
+            bool const isA = Lent::count(row.a) != 1, isB = Lent::count(row.b) != 1;
+            if (isA && Lent::count(row.a) != 0) { // the scalar form: all of a, element 0 changed
+                Elements want = elementsOf(a.number);
+                want[0] = combined(1, 2);
+                EXPECT_EQ(elementsOf(ofOne[op](a.number, b.number)), want);
+            }
+            Elements want, got; // a single a is read at its cursor, a single b at element 0
+            for (int i = 0; i < static_cast<int>(Lent::count(isB ? row.b : row.a)); ++i)
+                want.push_back(combined(isA ? i + 1 : isB ? 3 : 1, isB ? i + 1 : 1));
+            auto run = [&] {
+                Number const result = ofArrays[op](a.number, b.number);
+                got = elementsOf(result);
+                EXPECT_EQ(dimsOf(result), isB ? row.b : row.a);
+                EXPECT_EQ(result.getWordLength(), !isA && isB ? 12 : 16);
+            };
+            EXPECT_EQ(thrownBy(run), row.agree ? "" : dimsDisagree);
+            EXPECT_EQ(got, row.agree ? want : Elements{});
+            EXPECT_TRUE(a.number.getIndex() == 2 && b.number.getIndex() == row.bEnd);
+        }
+    RecordingClient client;
+    Number const nibble = numberOf(u(4), {{5}, {9}}, client), minus = numberOf(s(7), {{-1}}, client);
+    EXPECT_EQ(elementsOf(Number::bitCmp(nibble)), (Elements{{10}, {9}}));
+    EXPECT_EQ(elementsOf(Number::arrayBitCmp(nibble)), (Elements{{10}, {6}}));
+    EXPECT_EQ(elementsOf(Number::arrayBitXor(nibble, minus)), (Elements{{250}, {246}})); // beyond the word
+    EXPECT_EQ(elementsOf(Number::bitOr(minus, nibble)), Elements{{-1}});
+    Number const hundred = Number::bitCmp(numberOf(u(100), {{0}}, client));
+    EXPECT_EQ(Storage(u(100), 1, hundred.getSIArray()).pattern(0), (std::vector<Chunk>{~0ULL, ~0ULL << 35}));
+}
+
+TEST(Bits, SingleBits)
+{
+    Random random(53);
+    RecordingClient client;
+    for (Type const& type : seamTypes(2)) {
+        int const W = type.wordLength;
+        Elements const elements = valuesOf(type, random, false);
+        std::size_t const at = elements.size() - 1;
+        Number x = numberOf(type, elements, client);
+        auto bitOf = [&](std::size_t i, int bit) -> Element {
+            return {modulo(floorOf(Rational(elements[i][0], Int(1) << static_cast<unsigned>(bit - 1))), 2)};
+        };
+        for (int bit = 1; bit <= W; ++bit) {
+            bool const value = random.coin();
+            Int const weight = Int(1) << static_cast<unsigned>(bit - 1);
+            Int const want =
+                elements[at][0] + (value ? 1 - bitOf(at, bit)[0] : Int(-bitOf(at, bit)[0])) * weight;
+            x.copyDataIntoSIArray(storageOf(type, elements).data(), elements.size());
+            x.setIndex(at);
+            ASSERT_EQ(elementsOf(x.bitGet(bit)), Elements{bitOf(at, bit)}) << type << bit;
+            x.bitSet(bit, value);
+            ASSERT_EQ(elementAt(x, at), Element{wrapTo(want, type)}) << type << bit;
+        }
+        for (int const bit : {INT_MIN, -1, 0, W + 1, INT_MAX}) {
+            EXPECT_EQ(thrownBy([&] { x.bitGet(bit); }), outOfRange);
+            EXPECT_EQ(thrownBy([&] { x.bitSet(bit, true); }), outOfRange);
+        }
+        x.copyDataIntoSIArray(storageOf(type, elements).data(), elements.size());
+        Elements low, high;
+        for (std::size_t i = 0; i <= at; ++i) low.push_back(bitOf(i, 1)), high.push_back(bitOf(i, W));
+        EXPECT_EQ(elementsOf(x.getLSB()), Elements{low[at]});
+        EXPECT_EQ(elementsOf(x.getMSB()), Elements{high[at]});
+        x.setIndex(0);
+        EXPECT_EQ(elementsOf(x.arrayGetLSB()), low);
+        EXPECT_EQ(x.getIndex(), at);
+        Number const top = x.arrayGetMSB();
+        EXPECT_EQ(elementsOf(top), high);
+        EXPECT_TRUE(top.getDataType() == u(1) && top.getRoundMode() == fxpModeRoundingNearest &&
+                    top.getOverflowMode() == fxpModeOverflowSaturate && &top.getFxpClient() == &client);
+    }
+    EXPECT_EQ(client.events(), Events{});
+    Number x = numberOf(s(8), {{-1, -1}, {-1, -1}}, client);
+    x.bitSet(3, false); // a complex number has no bits to get or set
+    EXPECT_EQ(elementsOf(x)[0], (Element{-1, -1}));
+    EXPECT_EQ(elementsOf(x.arrayGetLSB()), (Elements{{0}, {0}}));
+    x.setWordLength(0);
+    EXPECT_EQ(thrownBy([&] { x.getLSB(); }), outOfRange);
+    EXPECT_EQ(thrownBy([&] { x.arrayGetMSB(); }), outOfRange);
+}
+
+TEST(Bits, ListsOfIndices)
+{
+    Elements const scalar{{5}}, array{{1}, {2}, {3}, {4}, {5}, {6}};
+    struct Row {
+        Elements const& of;
+        std::vector<int> bits;
+        std::vector<bool> values; ///< none: all true
+        Elements get;             ///< none: an error
+        Elements set;             ///< the stored integers afterwards
+        std::string error{};
+    };
+    Row const rows[] = {
+        {scalar, {1, 3, 2}, {}, {{1}, {1}, {0}}, {{7}}},
+        {scalar, {4, 1, 4}, {true, false, false}, {{0}, {1}, {0}}, {{4}}},
+        {scalar, {}, {}, {}, {{5}}},
+        {scalar, {8, 9, 1}, {}, {}, {{-123}}, outOfRange},
+        {array, {2}, {}, {{0}, {1}, {1}, {0}, {0}, {1}}, {{3}, {2}, {3}, {6}, {7}, {6}}},
+        {array, {1}, {false}, {{1}, {0}, {1}, {0}, {1}, {0}}, {{0}, {2}, {2}, {4}, {4}, {6}}},
+        {array, {1, 2, 3, 3, 2, 8}, {}, {{1}, {1}, {0}, {1}, {0}, {0}}, {{1}, {2}, {7}, {4}, {7}, {-122}}},
+        {array, {3, 3, 0, 3, 3, 3}, {}, {}, {{5}, {6}, {3}, {4}, {5}, {6}}, outOfRange},
+        {array, {1, 2}, {}, {}, array, dimsDisagree},
+        {array, {}, {}, {}, array, dimsDisagree},
+        {array, {3, 3, 3, 3, 3, 3, 3}, {}, {}, array, dimsDisagree}};
+    RecordingClient client;
+    for (Row const& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.bits));
+        bool const isArray = row.of.size() > 1;
+        Number x = numberOf(s(8), row.of, client, {}, isArray ? Dims{2, 3} : Dims{1, 1});
+        auto get = [&] {
+            Number const result = x.arrayBitGet(row.bits);
+            EXPECT_EQ(elementsOf(result), row.get);
+            EXPECT_EQ(dimsOf(result), isArray ? (Dims{2, 3}) : (Dims{1, row.bits.size()}));
+            EXPECT_EQ(x.getIndex(), isArray ? 5U : 0U);
+        };
+        auto set = [&] {
+            row.values.empty() ? x.arrayBitSet(row.bits) : x.arrayBitSet(row.bits, row.values);
+        };
+        EXPECT_EQ(thrownBy(get), row.error);
+        EXPECT_EQ(thrownBy(set), row.error);
+        EXPECT_EQ(elementsOf(x), row.set);
+    }
+    Number x = numberOf(s(8), {{1}, {2}}, client);
+    EXPECT_EQ(thrownBy([&] { x.arrayBitSet({3, 3}, {true}); }), dimsDisagree); // one value short
+    EXPECT_EQ(elementsOf(x), (Elements{{1}, {2}}));
+}
+
+/// The low bits of `element`, and those of `partner` that are moved up or down with it. A count with its top
+/// bit set is negative and clears the element.
+Int rotated(Type const& type, Int const& element, Int const& partner, unsigned n, bool left)
+{
+    int const W = type.wordLength, r = static_cast<int>(n) % W;
+    if (r <= 0) return r < 0 ? Int(0) : element;
+    Int const span = Int(1) << static_cast<unsigned>(W), &up = left ? partner : element,
+              &down = left ? element : partner;
+    unsigned const by = static_cast<unsigned>(left ? r : W - r), rest = static_cast<unsigned>(W) - by;
+    return wrapTo(modulo(up << by, span) + (modulo(down, span) >> rest), type);
+}
+
+TEST(Bits, Rotations)
+{
+    Random random(54);
+    std::vector<Type> types = wordTypes();
+    types.insert(types.end(), {s(100), u(150)});
+    for (Type const& type : types) {
+        unsigned const W = static_cast<unsigned>(type.wordLength);
+        for (unsigned const n : {0U, 1U, 2U, W - 1, W, W + 1, 3 * W + 2, 0x80000000U, 0x80000001U, ~0U})
+            for (bool const left : {false, true}) {
+                Elements const elements = valuesOf(type, random, false);
+                auto const last = elements.size() - 1;
+                SCOPED_TRACE(testing::Message() << type << left << " by " << n);
+                check(
+                    type, elements, {}, static_cast<int>(n) % type.wordLength != 0 ? last : 0,
+                    [&](Int const& value) {
+                        return Outcome{rotated(type, value, value, n, left), {}};
+                    },
+                    [&](Number& x) { left ? x.arrayBitRotateLeft(n) : x.arrayBitRotateRight(n); });
+                RecordingClient client; // the scalar form moves bits of element 0 in
+                Elements want{elements.back(), elements[0]};
+                Number x = numberOf(type, want, client);
+                for (std::size_t const i : {1U, 0U}) {
+                    x.setIndex(i);
+                    left ? x.bitRotateLeft(n) : x.bitRotateRight(n);
+                    want[i] = {rotated(type, want[i][0], want[0][0], n, left)};
+                    EXPECT_EQ(elementsOf(x), want);
+                }
+            }
+    }
+    RecordingClient client; // the scratch of the array form is a number of its own, filled with 0.0
+    Number x = numberOf(fixedType(true, 8, 0, 1.0, 200.0), {{0x21}, {-2}}, client, {0, 1});
+    x.arrayBitRotateLeft(8);
+    EXPECT_EQ(client.events(), Events{});
+    x.arrayBitRotateLeft(12);
+    EXPECT_EQ(client.events(), Events{Event::saturationToMin});
+    EXPECT_EQ(elementsOf(x), (Elements{{0x12}, {-17}}));
+}
+
+TEST(BitsDeathTest, RotationWithinNoBitsAborts)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    RecordingClient client;
+    Number x = numberOf(s(8), {{1}, {2}}, client);
+    x.setWordLength(0);
+    EXPECT_DEATH(x.bitRotateLeft(1), "");
+    EXPECT_DEATH(x.arrayBitRotateRight(0), "");
+    x.setWordLength(-1);
+    EXPECT_DEATH(x.bitRotateRight(0x80000000U), "");
+}
+
+} // namespace

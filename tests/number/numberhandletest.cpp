@@ -1,0 +1,535 @@
+#include "support/numbers.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <numeric>
+#include <stdexcept>
+
+namespace
+{
+using namespace orvextest;
+using Type = fxpDataTypeProp;
+using Values = std::vector<double>;
+
+constexpr auto nearest = fxpModeRoundingNearest, floor_ = fxpModeRoundingFloor;
+constexpr auto wrap = fxpModeOverflowWrap, saturate = fxpModeOverflowSaturate;
+constexpr auto share = NumberUtils::copyIndexOnly;
+constexpr Modes nearestSaturate{nearest, saturate};
+
+/// All that a handle tells, but its elements.
+struct State {
+    Type type;
+    Dims dims;
+    unsigned long long count;
+    bool isComplex = false;
+    unsigned long long index = 0;
+    int round = nearest, overflow = saturate;
+    bool isExternal = false;
+
+    static State of(Number const& a)
+    {
+        return {a.getDataType(), dimsOf(a),        a.getNumberOfElements(), a.isComplex(),
+                a.getIndex(),    a.getRoundMode(), a.getOverflowMode(),     a.dataIsExternal()};
+    }
+    bool operator==(State const&) const = default;
+    friend std::ostream& operator<<(std::ostream& out, State const& a)
+    {
+        return out << a.type << Modes{a.round, a.overflow} << ' ' << testing::PrintToString(a.dims) << " of "
+                   << a.count << " at " << a.index << " complex " << a.isComplex << " external "
+                   << a.isExternal;
+    }
+};
+
+Storage storageOf(Number const& a)
+{
+    return {a.getDataType(), a.getNumberOfElements() * (a.isComplex() ? 2 : 1), a.getSIArray()};
+}
+
+Number valued(Values const& values, Type const& type, OrvexClientInterface& client, bool isComplex = false)
+{
+    return Number(values.data(), type, client, values.size() / (isComplex ? 2 : 1), nearest, saturate,
+                  isComplex);
+}
+unsigned long long countOf(Dims const& dims)
+{
+    return std::accumulate(dims.begin(), dims.end(), 1ULL, std::multiplies<>());
+}
+Number shaped(Dims const& dims, Type const& type, OrvexClientInterface& client, bool isComplex = false)
+{
+    return Number(countOf(dims), dims.size(), dims.data(), type, client, nearest, saturate, isComplex);
+}
+
+// Types with a bias that most of them cannot reach with 0.0, which every new number is filled with.
+std::vector<Type> allKindsOfTypes()
+{
+    std::vector<Type> types{withMode(fixedType(true, 12, -2, 1.5, 1.0), fxpModeDataTypeScaledDouble),
+                            Type::doubleDataType(), Type::singleDataType()};
+    for (int const bits : {5, 8, 12, 16, 24, 33, 64, 65, 128, 129})
+        for (bool const isSigned : {false, true})
+            types.push_back(fixedType(isSigned, bits, -1, 1.25, isSigned ? -3.0 : 40.0));
+    return types;
+}
+
+TEST(NumberHandle, EveryConstructor)
+{
+    Values const values{0.0, 41.3, -1e9, 1e9, 40.1, std::nan("")};
+    double re[] = {values[0], values[2], values[4]}, im[] = {values[1], values[3], values[5]};
+    for (Type const& type : allKindsOfTypes()) {
+        SCOPED_TRACE(testing::Message() << type);
+        RecordingClient client;
+        bool const isFixed = type.mode == fxpModeDataTypeFixed; // others are real, of the first doubles
+        auto const expect = [&](Number const& number, Values parts, Dims const& dims, bool askComplex,
+                                bool tells = true) {
+            std::size_t const count = parts.size() / (askComplex ? 2 : 1);
+            if (!isFixed) parts.resize(count);
+            Events events;
+            Storage wanted(type, parts.size());
+            for (std::size_t i = 0; i < parts.size(); ++i) {
+                Stored const stored = storedOf(parts[i], type, nearestSaturate);
+                wanted.put(i, stored.pattern);
+                if (tells) events.insert(events.end(), stored.events.begin(), stored.events.end());
+            }
+            EXPECT_EQ(storageOf(number), wanted);
+            EXPECT_EQ(client.events(), events);
+            EXPECT_EQ(State::of(number), (State{type, dims, count, askComplex && isFixed}));
+            EXPECT_EQ(&number.getFxpClient(), &client);
+            client.clear();
+        };
+        expect(Number(41.3, type, client, nearest, saturate), {41.3}, {1, 1}, false);
+        expect(Number(41.3, -1e9, type, client, nearest, saturate), {41.3, -1e9}, {1, 1}, true);
+        expect(valued(values, type, client), values, {1, 6}, false);
+        expect(valued(values, type, client, true), values, {1, 3}, true);
+        expect(valued({}, type, client), {}, {1, 0}, false);
+        expect(Number(re, im, type, client, 3, nearest, saturate), values, {1, 3}, true);
+        // An array of doubles that is not const is copied too, not adopted.
+        expect(Number(re, type, client, 3, nearest, saturate, false), {re, re + 3}, {1, 3}, false);
+        expect(shaped({1, 2, 3}, type, client), Values(6), {1, 2, 3}, false);
+        expect(shaped({6}, type, client, true), Values(12), {6}, true);
+        Number const from = valued(values, type, client, true);
+        client.clear();
+        from.setIndex(2);
+        expect(Number(from), values, {1, 3}, true, false);
+        expect(Number(from, share), values, {1, 3}, true, false);
+        EXPECT_EQ(Number(from, share).getSIArray(), from.getSIArray());
+        Storage lent = storageOf(from);
+        Number const external(lent.data(), type, client, 3, nearest, saturate, true), copy(external);
+        for (Number const* const it : {&external, &copy})
+            EXPECT_EQ(State::of(*it), (State{type, {1, 3}, 3, isFixed, 0, nearest, saturate, true}));
+        EXPECT_TRUE(external.getSIArray() == lent.data() && copy.getSIArray() != lent.data());
+        if (!isFixed) continue;
+        // Into another type of the same scaling: all zeros first, then each element.
+        Type narrow = type;
+        narrow.wordLength = 4;
+        std::vector<Outcome> outcomes(6, quantize(0.0, narrow, floor_, wrap));
+        Events events;
+        Storage wanted(narrow, 6);
+        for (std::size_t i = 0; i < 6; ++i)
+            outcomes.push_back(convert(lent.integer(i, type.isSigned()), type, narrow, floor_, wrap));
+        for (std::size_t i = 0; i < 12; ++i) {
+            wanted.put(i % 6, chunksOf(outcomes[i].stored, 1));
+            events.insert(events.end(), outcomes[i].events.begin(), outcomes[i].events.end());
+        }
+        Number const converted(from, narrow, floor_, wrap);
+        EXPECT_EQ(storageOf(converted), wanted);
+        EXPECT_EQ(client.events(), events);
+        EXPECT_EQ(State::of(converted), (State{narrow, {1, 3}, 3, true, 0, floor_, wrap}));
+        EXPECT_EQ(from.getIndex(), 2U);
+    }
+}
+
+TEST(NumberHandle, ShapeCursorAndRecord)
+{
+    RecordingClient client;
+    struct Row {
+        Dims dims;
+        std::string_view is; // scalar, empty, vector, row, column
+    };
+    std::initializer_list<Row> const rows{
+        Row{{1, 1}, "svrc"}, Row{{1, 3}, "vr"}, Row{{3, 1}, "vc"},  Row{{2, 3}, ""}, Row{{3, 2}, ""},
+        Row{{1, 2, 3}, ""},  Row{{0, 4}, "e"},  Row{{1, 0}, "evr"}, Row{{3}, ""},    Row{{1}, "s"}};
+    for (Row const& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.dims));
+        Number const a = shaped(row.dims, Type{}, client);
+        bool const is[] = {a.isScalar(), a.isEmpty(), a.isVector(), a.isRow(), a.isColumn()};
+        for (std::size_t i = 0; i < 5; ++i) EXPECT_EQ(is[i], row.is.find("sevrc"[i]) != row.is.npos) << i;
+        EXPECT_EQ(dimsOf(a), row.dims);
+        EXPECT_EQ(a.getNumberOfRows(), row.dims[0]);
+        EXPECT_EQ(a.getNumberOfColumns(), row.dims.size() == 1 ? 1 : row.dims[1]);
+        for (Row const& other : rows)
+            EXPECT_EQ(a.isSameSize(shaped(other.dims, s(40), client)), &other == &row);
+        Number grown(a);
+        grown.setNumberOfElements(a.getNumberOfElements() + 1);
+        EXPECT_TRUE(!a.isSameSize(grown) && dimsOf(grown) == row.dims);
+    }
+    Number a = numberOf(s(16), {{1}, {2}, {3}, {4}}, client);
+    Dims const sizes{6, 5, 4};
+    a.setNDims(3);
+    a.setDims(sizes.data());
+    a.setNDims(3); // neither this nor the next is a change
+    void const* const storage = a.getSIArray();
+    a.setNumberOfElements(4);
+    EXPECT_EQ(a.getSIArray(), storage);
+    EXPECT_EQ(dimsOf(a), sizes);
+    EXPECT_TRUE(&a[2] == &a && a.getIndex() == 2);
+    EXPECT_EQ(std::as_const(a)[1].getRWDoubleValue(), 2.0);
+    EXPECT_TRUE(&std::as_const(a)[7] == &a && a.getIndex() == 7) << "nothing checks it";
+
+    a.setBias(-2.5);
+    a.setSlope(0.75);
+    EXPECT_TRUE(a.getSlopeAdjustmentFactor() == 1.5 && a.getFixedExponent() == -1 &&
+                a.getFractionLength() == 1);
+    a.setFixedExponent(-3);
+    EXPECT_EQ(a.getSlope(), 0.1875);
+    a.setFractionLength(-4);
+    a.setSlopeAdjustmentFactor(7.0);
+    a.setIsSigned(false);
+    a.setRoundMode(nearest);
+    a.setOverflowMode(saturate);
+    EXPECT_EQ(State::of(a), (State{fixedType(false, 16, 4, 7.0, -2.5), sizes, 4, false, 7}));
+    EXPECT_TRUE(a.getSlope() == 112.0 && a.getBias() == -2.5 && !a.isSigned() && a.getWordLength() == 16);
+    EXPECT_EQ(elementsOf(a), (Elements{{1}, {2}, {3}, {4}}));
+    for (Type const& type : allKindsOfTypes()) {
+        Number const it(0.0, type, client, nearest, wrap);
+        std::array const is{it.isFixed(),   it.isScaledDouble(), it.isDouble(), it.isSingle(),
+                            it.isBoolean(), it.isScaledType(),   it.isFloat()};
+        int const mode = type.mode;
+        EXPECT_EQ(is, (std::array{mode == 0, mode == 1, mode == 2, mode == 3, false, mode<2, mode> 1}))
+            << type;
+        EXPECT_EQ(it.getNumChunks(), mode == 0 ? static_cast<int>(chunkCount(type)) : 1) << type;
+    }
+}
+
+TEST(NumberHandle, ReadsAndWrites)
+{
+    for (Type const& type : allKindsOfTypes())
+        for (bool const isComplex : {false, true}) {
+            bool const isFixed = type.mode == fxpModeDataTypeFixed;
+            if (isComplex && !isFixed) continue;
+            SCOPED_TRACE(testing::Message() << type << (isComplex ? " complex" : ""));
+            RecordingClient client;
+            std::size_t const step = isComplex ? 2 : 1;
+            Number a = valued({-3.0, 43.1, 41.7, 45.0, -1.0, 40.0}, type, client, isComplex);
+            a.setIndex(1);
+            double rw[6], si[6];
+            float single[6];
+            EXPECT_TRUE(a.getAllRWDoubleValues(rw) == rw && a.getAllSIDoubleValues(si) == si &&
+                        a.getAllRWSingleValues(single) == single);
+            std::unique_ptr<double[]> const newRw(a.getAllRWDoubleValues()),
+                newSi(a.getAllSIDoubleValues(nullptr));
+            std::unique_ptr<float[]> const newSingle(a.getAllRWSingleValues());
+            EXPECT_EQ(a.getIndex(), 1U);
+            Storage wanted = storageOf(a);
+            for (std::size_t part = 0; part < 6; ++part) {
+                a.setIndex(part / step);
+                bool const isImag = part % step == 1;
+                double const value = isImag ? a.getImagRWDoubleValue() : a.getRWDoubleValue(),
+                             stored = isImag ? a.getImagSIDoubleValue() : a.getSIDoubleValue();
+                EXPECT_TRUE(rw[part] == value && newRw[part] == value && si[part] == stored &&
+                            newSi[part] == stored && single[part] == static_cast<float>(value) &&
+                            newSingle[part] == single[part]);
+                if (!isFixed) continue;
+                Int const integer = wanted.integer(part, type.isSigned());
+                Chunk const word = isImag ? a.getImagSIArrayValueUnsigned() : a.getSIArrayValueUnsigned();
+                EXPECT_EQ(isImag ? a.getImagSIArrayValueSigned() : a.getSIArrayValueSigned(),
+                          static_cast<long long>(word));
+                EXPECT_EQ(word, chunksOf(integer, 1)[0]);
+                EXPECT_EQ(value, readRealWorld(integer, type));
+                EXPECT_EQ(stored, readRadix(integer, fixedType(type.isSigned(), type.wordLength)));
+            }
+            auto const expectLast = [&](double value, double imag) {
+                wanted.put(2 * step, storedOf(value, type, nearestSaturate).pattern);
+                if (isComplex) wanted.put(5, storedOf(imag, type, nearestSaturate).pattern);
+                EXPECT_EQ(storageOf(a), wanted);
+            };
+            double const pair[] = {44.0, 42.0};
+            a.setIndex(2);
+            EXPECT_EQ(&(a = 41.0), &a);
+            expectLast(41.0, type.bias); // a stored 0
+            EXPECT_EQ(&(a = static_cast<double const*>(pair)), &a);
+            expectLast(44.0, 42.0);
+            Number b = valued({1.0, 2.0, 46.0, 47.0}, type, client, isComplex);
+            b.setIndex(step == 2 ? 1 : 2);
+            EXPECT_EQ(&(a = b), &a); // from cursor to cursor
+            expectLast(46.0, 47.0);
+            EXPECT_EQ(a.getIndex(), 2U);
+            if (!isFixed) continue;
+            Type const stripped = fixedType(type.isSigned(), type.wordLength);
+            for (bool const isMax : {false, true}) {
+                Number const limit = isMax ? a.getMaxSIValue() : a.getMinSIValue();
+                EXPECT_EQ(elementsOf(limit), (Elements{{isMax ? maxStored(type) : minStored(type)}}));
+                EXPECT_EQ(State::of(limit), (State{stripped, {1, 1}, 1}));
+            }
+        }
+}
+
+TEST(NumberHandle, Disp)
+{
+    RecordingClient client;
+    Number const array = numberOf(s(40, -4), {{2, 9}, {160000000000LL, 9}}, client);
+    auto const expect = [](Number const& number, std::string const& values, std::string const& kind,
+                           char const* rest) {
+        EXPECT_EQ(printedBy([&] { number.disp(); }),
+                  "\n" + values + "\n      DataType: " + kind + "\n" + rest);
+    };
+    expect(Number(-1.25, s(16, -4), client, nearest, wrap), "-1.25", "Fixed",
+           "        Signed: True\n    WordLength: 16\nFractionLength: 4\n\n");
+    expect(array, "0.125 1e+10 ", "Fixed", "        Signed: True\n    WordLength: 40\nFractionLength: 4\n\n");
+    expect(valued({24.0, 8.0}, withMode(u(12, 3), fxpModeDataTypeScaledDouble), client), "24 8 ",
+           "ScaledDouble", "        Signed: False\n    WordLength: 12\nFractionLength: -3\n\n");
+    expect(valued({0.1}, Type::doubleDataType(), client), "0.1", "Double", "");
+    expect(valued({}, Type::singleDataType(), client), "", "Single", "");
+    EXPECT_EQ(array.getIndex(), 0U);
+}
+
+TEST(NumberHandle, ArrayEqualsChecksShapes)
+{
+    struct Row {
+        Dims target, source;
+        bool agrees;
+    };
+    RecordingClient client;
+    for (Row const& row :
+         {Row{{1, 1}, {1, 1}, true}, Row{{1, 1}, {1, 1, 1}, true}, Row{{3, 1}, {1, 1}, true},
+          Row{{2, 3}, {2, 3}, true}, Row{{2, 3}, {3, 2}, false}, Row{{2, 3}, {2, 3, 1}, false},
+          Row{{1, 2, 3}, {1, 2, 3}, true}, Row{{1, 2, 3}, {1, 3, 2}, false}, Row{{1, 3}, {1, 4}, false},
+          Row{{1, 1}, {1, 2}, false}, Row{{1, 1}, {1, 0}, false}, Row{{1, 0}, {1, 1}, true},
+          Row{{1, 0}, {1, 0}, true}, Row{{0, 1}, {1, 0}, false}, Row{{1, 3}, {1, 0}, false},
+          Row{{1, 0}, {1, 3}, false}, Row{{600, 1}, {1, 600}, false}, Row{{600, 1}, {600, 1}, true},
+          Row{{600, 1}, {1, 1}, true}}) {
+        SCOPED_TRACE(testing::PrintToString(row.target) + testing::PrintToString(row.source));
+        Number target = shaped(row.target, s(16), client), source = shaped(row.source, s(16), client);
+        source.setValue(Values(countOf(row.source), 5.0).data());
+        target.setIndex(2);
+        source.setIndex(source.isScalar() ? 0 : 1);
+        State const targetBefore = State::of(target), sourceBefore = State::of(source);
+        EXPECT_EQ(thrownBy([&] { Number::arrayEquals(target, source); }),
+                  row.agrees ? "" : Orvex::number::IndexAssignElementCountMismatch().identifier());
+        EXPECT_TRUE(elementsOf(target) == Elements(countOf(row.target), {row.agrees ? 5 : 0}));
+        EXPECT_EQ(State::of(target), targetBefore);
+        EXPECT_EQ(State::of(source), sourceBefore);
+    }
+    // A hook that throws out of a walk leaves both cursors where it happened.
+    Number target = shaped({1, 4}, s(4), client), source = numberOf(s(8), {{1}, {2}, {9}, {3}}, client);
+    client.throwAt = 0;
+    EXPECT_THROW(Number::arrayEquals(target, source), RecordingClient::Thrown);
+    EXPECT_EQ(elementsOf(target), (Elements{{1}, {2}, {7}, {0}}));
+    EXPECT_TRUE(target.getIndex() == 2 && source.getIndex() == 2);
+}
+
+// Which conversions are left undone above 500 elements.
+TEST(NumberHandle, ArrayEqualsAboveTheLimitLeavesSomeUndone)
+{
+    std::array const types{s(16, -2), Type::doubleDataType(), Type::singleDataType(),
+                           withMode(s(16, -2), fxpModeDataTypeScaledDouble)};
+    RecordingClient client;
+    for (std::size_t const count : {500U, 501U})
+        for (Type const& to : types)
+            for (Type const& from : types)
+                for (bool const isComplex : {false, true}) {
+                    SCOPED_TRACE(testing::Message() << count << ' ' << to << from << isComplex);
+                    bool const isDone = count <= 500 || (to.mode == fxpModeDataTypeFixed &&
+                                                         from.mode == fxpModeDataTypeFixed);
+                    Number const source = valued(Values(count, 1.5), from, client),
+                                 converted(source, to, nearest, wrap);
+                    Number target = valued(Values((isComplex ? 2 : 1) * count, 9.0), to, client, isComplex);
+                    Number::arrayEquals(target, source);
+                    EXPECT_EQ(target[count - 1].getRWDoubleValue(), isDone ? 1.5 : 9.0);
+                    EXPECT_EQ(converted[count - 1].getRWDoubleValue(), isDone ? 1.5 : 0.0);
+                    // Of a real source: cleared element by element, left alone in bulk.
+                    EXPECT_EQ(target.getImagRWDoubleValue(), count <= 500 || !target.isComplex() ? 0.0 : 9.0);
+                }
+}
+
+TEST(NumberHandle, SetWordLengthByBuckets)
+{
+    constexpr std::array lengths{-3, 0, 1, 8, 9, 12, 16, 17, 32, 33, 64, 65, 100, 128, 129, 192, 193};
+    auto const bucket = [](int w) {
+        return w <= 8 ? 1 : w <= 16 ? 2 : w <= 32 ? 4 : w <= 64 ? 8 : 100 + (w + 63) / 64;
+    };
+    RecordingClient client;
+    for (int const present : lengths)
+        for (int const wanted : lengths)
+            for (bool const isComplex : {false, true})
+                for (bool const isLent : {false, true}) {
+                    SCOPED_TRACE(testing::Message() << present << " to " << wanted << isComplex << isLent);
+                    Type const type = fixedType(true, present, -2, 1.5, 4.0);
+                    Type const wantedType = fixedType(true, wanted);
+                    Storage lent(type, 6), zeros(wantedType, 6);
+                    for (std::size_t i = 0; i < 6; ++i)
+                        lent.put(i, std::vector<Chunk>(4, 0x7A5A5A5A5A5A5A5A));
+                    Number own(isComplex ? 3 : 6, 2, Dims{3, 2}.data(), type, client, floor_, wrap,
+                               isComplex);
+                    own.copyDataIntoSIArray(lent.data(), own.getNumberOfElements());
+                    Number external(lent.data(), type, client, own.getNumberOfElements(), floor_, wrap,
+                                    isComplex);
+                    Number& a = isLent ? external : own;
+                    a.setIndex(1);
+                    State state = State::of(a);
+                    bool const isSame = bucket(present) == bucket(wanted), isKept = isSame || isLent;
+                    if (isSame) state.type.wordLength = wanted;
+                    if (!isKept) {
+                        state.type = Type(true, wanted, 2);
+                        state.index = 0;
+                    }
+                    a.setWordLength(wanted);
+                    EXPECT_EQ(State::of(a), state);
+                    EXPECT_EQ(Storage(isKept ? type : wantedType, 6, a.getSIArray()), isKept ? lent : zeros);
+                }
+    Number real(2.5, Type::doubleDataType(), client, nearest, wrap);
+    real.setWordLength(20);
+    EXPECT_EQ(real.getDataType(), s(20)) << "another bucket makes any number fixed";
+}
+
+TEST(NumberHandle, TypeChanges)
+{
+    Type const type = fixedType(true, 8, -2, 1.5, 1.0), other = fixedType(true, 5, 4, 1.25),
+               next = fixedType(true, 24, -2, 1.5, 1.0);
+    for (std::size_t const count : {3U, 600U}) // walks at any size
+        for (bool const isComplex : {false, true}) {
+            SCOPED_TRACE(testing::Message() << count << (isComplex ? " complex" : " real"));
+            RecordingClient client;
+            Elements elements, wrapped, reals, complexes;
+            Events wraps;
+            for (std::size_t i = 0; i < count; ++i) {
+                Int const re = Int(i % 10) - 3, im = isComplex ? Int(i % 7) - 5 : Int(0);
+                reals.push_back({re});
+                complexes.push_back({re, im});
+                elements.push_back(isComplex ? complexes.back() : reals.back());
+                wrapped.push_back(elements.back());
+                for (Int& part : wrapped.back()) {
+                    if (part < 0) wraps.push_back(Event::wrap);
+                    part = wrapTo(part, u(7));
+                }
+            }
+            Number a = numberOf(type, elements, client, nearestSaturate, {count, 1});
+            a.setIndex(2);
+            auto const expect = [&](Number const& result, State const& state, Elements const& wanted,
+                                    Events const& events) {
+                EXPECT_EQ(State::of(result), state);
+                EXPECT_TRUE(elementsOf(result) == wanted) << state;
+                EXPECT_EQ(client.events(), events) << state;
+                EXPECT_EQ(a.getDataType(), type);
+                client.clear();
+            };
+            State state{s(8), {count, 1}, count, isComplex, 0, floor_, wrap};
+            expect(a.stripScaling(), state, elements, {});
+            state.type = other;
+            expect(a.reinterpretCast(other), state, elements, {});
+            state.type = u(7, 9);
+            expect(a.reinterpretCast(u(7, 9)), state, wrapped, wraps); // bare integers
+            client.throwAt = 0;
+            EXPECT_THROW(a.reinterpretCast(u(7, 9)), RecordingClient::Thrown);
+            EXPECT_EQ(a.getDataType(), type) << "after a hook has thrown";
+            client.throwAt = RecordingClient::never;
+            client.clear();
+            state = {other, {count, 1}, count, isComplex};
+            expect(a.rescale(other), state, elements, {});
+            // Across buckets as many bytes are copied as both have.
+            Number const wide = a.rescale(s(16));
+            EXPECT_TRUE(elementsOf(wide.rescale(s(8))) == elements && elementsOf(wide).back().back() == 0);
+
+            for (bool const toComplex : {false, true}) {
+                Number b(a), c(a);
+                b.setIndex(1);
+                c.setIndex(1);
+                b.setDataTypeComplexityAndReAllocateData(next, toComplex);
+                c.setDataTypeComplexityReAllocateAndCopyData(next, toComplex);
+                Elements const zeros(count, Element(toComplex ? 2 : 1, -3)); // 0.0 is -2.67 units
+                expect(b, {next, {count, 1}, count, toComplex}, zeros, {});
+                expect(c, {next, {count, 1}, count, toComplex, 1}, toComplex ? complexes : reals, {});
+                Storage lent = storageOf(a);
+                Number external(lent.data(), type, client, count, nearest, saturate, isComplex);
+                external.setDataTypeComplexityAndReAllocateData(next, toComplex);
+                external.setDataTypeComplexityReAllocateAndCopyData(next, toComplex);
+                expect(external, {type, {1, count}, count, isComplex, 0, nearest, saturate, true}, elements,
+                       {});
+            }
+        }
+    // Between modes: as numbers. Scaled doubles among themselves: the same doubles, told to nobody.
+    RecordingClient client;
+    Number number(600, 2, Dims{1, 600}.data(), withMode(type, fxpModeDataTypeScaledDouble), client, nearest,
+                  saturate, false);
+    number.copyDataIntoSIArray(Values(600, -100.5).data(), 600);
+    for (Type const& to : {withMode(other, fxpModeDataTypeScaledDouble), Type::doubleDataType(), s(16, 7)})
+        EXPECT_EQ(number.reinterpretCast(to)[599].getSIDoubleValue(), to == s(16, 7) ? -101.0 : -100.5) << to;
+    EXPECT_EQ(client.events(), Events{});
+}
+
+TEST(NumberHandle, PartsAndTransposition)
+{
+    for (int const bits : {8, 12, 64, 100})
+        for (bool const isComplex : {false, true}) {
+            SCOPED_TRACE(testing::Message() << bits << (isComplex ? " complex" : " real"));
+            RecordingClient client;
+            Type const type = fixedType(true, bits, -1, 1.0, 2.0);
+            Type const container = s(static_cast<int>(8 * containerBytes(type)));
+            Elements elements, reals, imags, transposed, conjugated;
+            for (int i = 0; i < 6; ++i) {
+                // At its container's width the minimum is its own negative.
+                Int const re = i - 3, im = i == 1 ? minStored(type) : Int(7 - i);
+                elements.push_back(isComplex ? Element{re, im} : Element{re});
+                reals.push_back({re});
+                imags.push_back({isComplex ? im : Int(0)});
+            }
+            for (std::size_t const i : {0U, 2U, 4U, 1U, 3U, 5U}) { // a column of 3 x 2 is a row of 2 x 3
+                transposed.push_back(elements[i]);
+                conjugated.push_back(elements[i]);
+                if (isComplex) conjugated.back()[1] = wrapTo(-elements[i][1], container);
+            }
+            Number a = numberOf(type, elements, client, nearestSaturate, {2, 3});
+            a.setIndex(1);
+            EXPECT_EQ(elementsOf(a.real()), Elements{reals[1]});
+            EXPECT_EQ(elementsOf(a.imag()), Elements{imags[1]});
+            EXPECT_EQ(State::of(a.imag()), (State{type, {1, 1}, 1}));
+            std::unique_ptr<Number> const imagArray(&a.imagArray());
+            EXPECT_EQ(a.getIndex(), 1U);
+            Number const realArray = a.realArray();
+            EXPECT_EQ(a.getIndex(), 5U);
+            EXPECT_EQ(elementsOf(*imagArray), imags);
+            EXPECT_EQ(elementsOf(realArray), reals);
+            for (Number const* const array : {&std::as_const(*imagArray), &realArray})
+                EXPECT_EQ(State::of(*array), (State{type, {2, 3}, 6}));
+            a.setIndex(1);
+            Dims const three{2, 3, 1};
+            a.setNDims(3);
+            a.setDims(three.data());
+            Number const t = a.transpose();
+            EXPECT_EQ(a.getIndex(), 5U);
+            EXPECT_EQ(elementsOf(t), transposed);
+            EXPECT_EQ(State::of(t), (State{type, {3, 2}, 6, isComplex}));
+            EXPECT_EQ(elementsOf(a.ctranspose()), conjugated);
+            EXPECT_EQ(client.events(), Events{});
+        }
+}
+
+TEST(NumberHandle, WithoutABodyThrowsOnUse)
+{
+    RecordingClient client;
+    Type const boolean = withMode(u(8), fxpModeDataTypeBoolean);
+    Number none(1.0, boolean, client, nearest, wrap), real(1.0, s(16), client, nearest, wrap);
+    auto const fails = [](auto const& use) { EXPECT_THROW(use(), std::logic_error); };
+    fails([&] { none.isBoolean(); });
+    fails([&] { none.isEmpty(); });
+    fails([&] { none[0]; });
+    fails([&] { none.getRWDoubleValue(); });
+    fails([&] { none.getAllRWDoubleValues(); });
+    fails([&] { none.setNumberOfElements(2); });
+    fails([&] { none.setWordLength(12); });
+    fails([&] { none.setDataTypeComplexityAndReAllocateData(s(16), false); });
+    fails([&] { none.stripScaling(); });
+    fails([&] { none.transpose(); });
+    fails([&] { none.disp(); });
+    fails([&] { none = real; });
+    fails([&] { real = none; });
+    fails([&] { none + real; });
+    fails([&] { real + none; });
+    fails([&] { Number::arrayEquals(real, none); });
+    fails([&] { Number{none}; });
+    fails([&] { Number(none, share); });
+    fails([&] { real.rescale(boolean); });
+    EXPECT_EQ(elementsOf(real), Elements{{1}});
+    Number const converted(real, boolean, nearest, wrap); // may be made, and destroyed
+}
+
+} // namespace
