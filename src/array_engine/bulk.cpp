@@ -316,7 +316,8 @@ static_assert(blockSize % 2 == 0, "a block ends between elements of two parts");
 
 template <class Lane>
 bool assignInLanes(NumberBody& body, Words const& target, Words const& source, StoredCast const& cast,
-                   std::size_t begin, std::size_t end, ScalarRoutine const& scalar)
+                   std::size_t begin, std::size_t end, ScalarRoutine const& scalar,
+                   ScalarRoutine const& moveTo)
 {
     Pipeline<Lane> pipeline;
     if (!pipeline.start(source.laneRange()) || !pipeline.cast(cast)) return false;
@@ -331,6 +332,7 @@ bool assignInLanes(NumberBody& body, Words const& target, Words const& source, S
         [&](std::size_t at, std::size_t n, Lane const* lanes) {
             if (!tells) return target.store(at, n, lanes);
             for (std::size_t i = 0; i < n; ++i) {
+                if (moveTo) moveTo((at + i) / target.parts);
                 if (cast.firstOfTwo()) cast.firstOfTwo()->announce(client);
                 cast.last()->announce(client);
                 target.store(at + i, 1, lanes + i);
@@ -473,7 +475,7 @@ bool storeReals(NumberBody& body, double const* values, std::size_t begin, std::
 }
 
 bool assignElements(NumberBody& body, NumberBody const& other, StoredCast const& cast, std::size_t begin,
-                    std::size_t end, ScalarRoutine const& scalar)
+                    std::size_t end, ScalarRoutine const& scalar, ScalarRoutine const& moveTo)
 {
     if (end - begin < fewestParts) return false;
     Words const target(body);
@@ -488,8 +490,8 @@ bool assignElements(NumberBody& body, NumberBody const& other, StoredCast const&
                      (end - begin) * target.bytes());
         return true;
     }
-    return assignInLanes<Lane32>(body, target, source, cast, begin, end, scalar) ||
-           assignInLanes<Lane64>(body, target, source, cast, begin, end, scalar);
+    return assignInLanes<Lane32>(body, target, source, cast, begin, end, scalar, moveTo) ||
+           assignInLanes<Lane64>(body, target, source, cast, begin, end, scalar, moveTo);
 }
 
 bool combineElements(NumberBody& body, Binary operation, NumberBody const& left, NumberBody const& right,

@@ -30,10 +30,11 @@ using ScalarRoutine = std::function<void(std::size_t index)>;
 bool storeReals(NumberBody& target, double const* values, std::size_t begin, std::size_t end,
                 ScalarRoutine const& scalar);
 
-/// target[i] := source[i], or the source's element 0 if it has but one, for
-/// elements [begin, end), by a cast between their types.
+/// target[i] := source[i], or the source's element 0 if it has but one, for elements [begin, end), by a cast
+/// between their types. Calls moveTo(i), where given, before the client is told of the net values of element
+/// i.
 bool assignElements(NumberBody& target, NumberBody const& source, StoredCast const& cast, std::size_t begin,
-                    std::size_t end, ScalarRoutine const& scalar);
+                    std::size_t end, ScalarRoutine const& scalar, ScalarRoutine const& moveTo = {});
 
 enum class Binary { plus, minus, times };
 

@@ -308,7 +308,8 @@ namespace
 
 /// Fixed types in one storage class each go by blocks.
 bool assignInBlocks(NumberBody& target, NumberBody const& source, unsigned long long count,
-                    array_engine::ScalarRoutine const& assignOne)
+                    array_engine::ScalarRoutine const& assignOne,
+                    array_engine::ScalarRoutine const& setCursors)
 {
     if (count < array_engine::fewestParts || !target.isSingleChunk() ||
         !number_body::holdsStoredIntegers(source))
@@ -316,7 +317,7 @@ bool assignInBlocks(NumberBody& target, NumberBody const& source, unsigned long 
     if (target.dataType().mode != fxpModeDataTypeFixed) return false;
     array_engine::StoredCast const cast(target.client(), target.dataType(), source.dataType(),
                                         target.roundMode(), target.overflowMode());
-    return array_engine::assignElements(target, source, cast, 0, count, assignOne);
+    return array_engine::assignElements(target, source, cast, 0, count, assignOne, setCursors);
 }
 
 } // namespace
@@ -329,12 +330,15 @@ void Number::arrayEquals(Number& target, Number const& source)
     if (count > array_engine::serialLimit) return target.body().arrayAssignParallel(&source.body(), count);
     unsigned long long const targetCursor = target.getIndex();
     unsigned long long const sourceCursor = source.getIndex();
-    auto const assignOne = [&](std::size_t i) {
+    auto const setCursors = [&](std::size_t i) {
         target.setIndex(i);
         source.setIndex(source.isScalar() ? 0 : i);
+    };
+    auto const assignOne = [&](std::size_t i) {
+        setCursors(i);
         target.body().assignNumber(&source.body());
     };
-    if (!assignInBlocks(target.body(), source.body(), count, assignOne))
+    if (!assignInBlocks(target.body(), source.body(), count, assignOne, setCursors))
         for (std::size_t i = 0; i < count; ++i) assignOne(i);
     target.setIndex(targetCursor);
     source.setIndex(sourceCursor);

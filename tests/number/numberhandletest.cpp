@@ -315,6 +315,15 @@ TEST(NumberHandle, ArrayEqualsChecksShapes)
     EXPECT_THROW(Number::arrayEquals(target, source), RecordingClient::Thrown);
     EXPECT_EQ(elementsOf(target), (Elements{{1}, {2}, {7}, {0}}));
     EXPECT_TRUE(target.getIndex() == 2 && source.getIndex() == 2);
+    // So does a report of a net bias, in few elements and in many.
+    for (std::size_t const count : {5U, 20U}) {
+        RecordingClient reported;
+        Number const biased = numberOf(u(8), Elements(count, {1}), reported);
+        Number wide = numberOf(fixedType(false, 16, 0, 1.0, -5.0), Elements(count, {9}), reported);
+        reported.throwAt = 3;
+        EXPECT_THROW(Number::arrayEquals(wide, biased), RecordingClient::Thrown);
+        EXPECT_TRUE(wide.getIndex() == 3 && biased.getIndex() == 3) << count;
+    }
 }
 
 // Which conversions are left undone above 500 elements.
