@@ -355,10 +355,12 @@ Number Number::arrayTimes(Number const& a, Number const& b, fxpDataTypeProp cons
     if (productType == outputType)
         return elementwise(
             a, b, outputType, isComplex, [&](Number& result) { result.isProductOf(a, b); }, &bulkTimes);
-    Number product = a.zeroScalar(productType, isComplex, 1);
+    // Made when shapes have been checked and the result has been filled: a biased type may report either.
+    std::unique_ptr<Number> product;
     return elementwise(a, b, outputType, isComplex, [&](Number& result) {
-        product.isProductOf(a, b);
-        result = product;
+        if (!product) product.reset(new Number(a.zeroScalar(productType, isComplex, 1)));
+        product->isProductOf(a, b);
+        result = *product;
     });
 }
 

@@ -150,72 +150,69 @@ TEST(ChunkSum, AgreesWithBigIntegers)
     }
 }
 
-void checkProduct(Type const& aType, Chunks const& a, Type const& bType, Chunks const& b)
+/// The full product, and that brought to a type at once, elsewhere and over each operand.
+void checkProduct(Type const& a, Chunks const& aChunks, Type const& b, Chunks const& bChunks, Type to,
+                  Modes modes)
 {
-    Int const x = valueOf(a.data(), aType), y = valueOf(b.data(), bType);
-    std::size_t const count = chunkCount(fixedType(true, aType.wordLength + bType.wordLength));
-    Chunks wanted = chunksOf(x * y, count);
+    Int const x = valueOf(aChunks.data(), a), y = valueOf(bChunks.data(), b);
+    int const aCount = static_cast<int>(aChunks.size()), bCount = static_cast<int>(bChunks.size());
+    Type const type = fixedType(a.isSigned() || b.isSigned(), a.wordLength + b.wordLength,
+                                a.fixedExponent + b.fixedExponent);
+    testing::Message const trace = testing::Message() << x << " of " << a << " times " << y << " of " << b;
+    SCOPED_TRACE(trace);
+    Chunks wanted = chunksOf(x * y, type);
+    int const count = static_cast<int>(wanted.size());
     wanted.push_back(0xA5);
-    forEachCount(a.size(), [&](auto aCount) {
-        forEachCount(b.size(), [&](auto bCount) {
-            Chunks product(count + 1, 0xA5);
-            mw::multiplyChunksFull(product.data(), static_cast<int>(count), a.data(), aType, aCount, b.data(),
-                                   bType, bCount);
-            EXPECT_EQ(product, wanted) << x << " of " << aType << " times " << y << " of " << bType;
+    forEachCount(aChunks.size(), [&](auto m) {
+        forEachCount(bChunks.size(), [&](auto n) {
+            Chunks product(wanted.size(), 0xA5);
+            mw::multiplyChunksFull(product.data(), count, aChunks.data(), a, m, bChunks.data(), b, n);
+            EXPECT_EQ(product, wanted);
         });
     });
+    if (aChunks != chunksOf(wrapTo(x, a), a) || bChunks != chunksOf(wrapTo(y, b), b)) return;
+    to.fixedExponent += type.fixedExponent;
+    Outcome const outcome = convert(x * y, type, to, modes.round, modes.sat);
+    for (int aliases = 0; aliases < (aChunks == bChunks ? 4 : 3); ++aliases)
+        forEachCount(chunkCount(to), [&](auto n) {
+            Chunks before = aliases & 1 ? aChunks : aliases & 2 ? bChunks : Chunks();
+            before.resize(std::max(before.size(), chunkCount(to)), 0xA5);
+            EXPECT_TRUE(gives(outcome, to, before,
+                              [&](auto& client, Chunk* dst) {
+                                  mw::multiplyInto(client, mw::ChunkTarget(dst, n), to,
+                                                   aliases & 1 ? dst : aChunks.data(), a, aCount,
+                                                   aliases & 2 ? dst : bChunks.data(), b, bCount,
+                                                   static_cast<fxpModeRounding_tag>(modes.round), modes.sat);
+                              }))
+                << " into " << to << modes << ", aliases " << aliases;
+        });
 }
 
-TEST(ChunkProduct, IsExact)
+TEST(ChunkProduct, AgreesWithBigIntegers)
 {
     Random random(13);
+    auto const anyModes = [&] {
+        return Modes{random.between(-1, fxpModeRoundingConvergent + 1), random.between(0, 1)};
+    };
     for (Type const& a : types())
         for (Type const& b : types())
             for (Int const& x : valuesOf(a, random, 1))
                 for (Int const& y : valuesOf(b, random, 1))
-                    if (a.wordLength + b.wordLength <= 10 || random.between(0, 150) == 0)
-                        checkProduct(a, chunksOf(x, a), b, chunksOf(y, b));
-    for (int i = 0; i < 3000; ++i) { // also of what stands above the word
-        Type const a = random.radixType(400, 0, 0), b = random.radixType(400, 0, 0);
-        checkProduct(a, rawChunks(a, random), b, rawChunks(b, random));
-    }
-}
-
-/// Elsewhere and over each operand.
-TEST(ChunkProduct, IsConvertedOnce)
-{
-    Random random(14);
-    for (int i = 0; i < 8000 && !HasFailure(); ++i) {
-        int const bits = random.pick(std::array{3, 20, 70, 200});
-        Type const a = random.radixType(bits, -bits, bits / 2),
-                   b = random.coin() ? a : random.radixType(bits, -bits, bits / 2),
-                   product = fixedType(a.isSigned() || b.isSigned(), a.wordLength + b.wordLength,
-                                       a.fixedExponent + b.fixedExponent);
-        Type to = product; // as it stands, or a little or much unlike it
-        if (i % 4 != 0) to.fixedExponent += random.between(-5, to.wordLength + 2);
+                    if (a.wordLength + b.wordLength <= 8 || random.between(0, 150) == 0)
+                        checkProduct(a, chunksOf(x, a), b, chunksOf(y, b), random.radixType(10, -2, 4),
+                                     anyModes());
+    for (int i = 0; i < 4000 && !HasFailure(); ++i) {
+        int const bits = random.pick(std::array{20, 70, 200, 400});
+        Type const a = random.radixType(bits, -bits, bits),
+                   b = random.coin() ? a : random.radixType(bits, -bits, bits);
+        checkProduct(a, rawChunks(a, random), b, rawChunks(b, random), a, {});
+        Type to = fixedType(a.isSigned() || b.isSigned(),
+                            a.wordLength + b.wordLength); // it takes the product as it is
+        if (i % 4 != 0) to.fixedExponent = random.between(-5, to.wordLength + 2);
         if (i % 4 > 1) to = fixedType(random.coin(), random.between(1, 2 * bits), to.fixedExponent);
-        Int const x = random.pick(interestingStored(a, random, 2));
-        Int const y = random.coin() && a == b ? x : random.pick(interestingStored(b, random, 2));
-        Modes const modes{random.between(-1, fxpModeRoundingConvergent + 1), random.between(0, 1)};
-        Outcome const wanted = convert(x * y, product, to, modes.round, modes.sat);
-        Chunks const xChunks = chunksOf(x, a), yChunks = chunksOf(y, b);
-        for (int aliases = 0; aliases < (a == b && x == y ? 4 : 3); ++aliases)
-            forEachCount(chunkCount(to), [&](auto n) {
-                Chunks before = aliases & 1 ? xChunks : aliases & 2 ? yChunks : Chunks();
-                before.resize(std::max(before.size(), chunkCount(to)), 0xA5);
-                EXPECT_TRUE(gives(wanted, to, before,
-                                  [&](auto& client, Chunk* dst) {
-                                      mw::multiplyInto(client, mw::ChunkTarget(dst, n), to,
-                                                       aliases & 1 ? dst : xChunks.data(), a,
-                                                       static_cast<int>(xChunks.size()),
-                                                       aliases & 2 ? dst : yChunks.data(), b,
-                                                       static_cast<int>(yChunks.size()),
-                                                       static_cast<fxpModeRounding_tag>(modes.round),
-                                                       modes.sat);
-                                  }))
-                    << x << " of " << a << " times " << y << " of " << b << " into " << to << modes
-                    << ", aliases " << aliases;
-            });
+        Int const x = random.pick(interestingStored(a, random, 2)),
+                  y = random.coin() && a == b ? x : random.pick(interestingStored(b, random, 2));
+        checkProduct(a, chunksOf(x, a), b, chunksOf(y, b), to, anyModes());
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace
 {
@@ -15,45 +16,26 @@ using namespace orvextest;
 using Type = fxpDataTypeProp;
 using Chunks = std::vector<Chunk>;
 
-/// A rounding mode, with the target whose own division Cheapest asks for.
+using Quotient = std::pair<Chunks, Events>;
+
+/// A rounding mode, and for Cheapest what the target's own division does: -1 without a target.
 struct Rounding {
-    int mode;
-    fxpProdHardware const* hardware = nullptr;
+    int mode, ofTarget;
     int resolved() const
     {
         if (mode != fxpModeRoundingCheapest) return mode;
-        bool const floors = hardware && hardware->getHWIntDivRndMode() == FxpHardwareRoundingFloor;
-        return floors ? fxpModeRoundingFloor : fxpModeRoundingZero;
+        return ofTarget == FxpHardwareRoundingFloor ? fxpModeRoundingFloor : fxpModeRoundingZero;
     }
 };
-
-std::vector<Rounding> const& roundings()
-{
-    static fxpProdHardware const targets[] = {{ProdHWDeviceMicro, FxpHardwareRoundingFloor},
-                                              {ProdHWDeviceMicro, FxpHardwareRoundingZero},
-                                              {ProdHWDeviceAsic, FxpHardwareRoundingUndefined}};
-    static std::vector<Rounding> const all = [] {
-        std::vector<Rounding> list{{fxpModeRoundingCheapest, &targets[1]},
-                                   {fxpModeRoundingCheapest, &targets[2]},
-                                   {fxpModeRoundingCheapest}};
-        for (int mode = -1; mode <= fxpModeRoundingConvergent + 1; ++mode)
-            list.push_back({mode, &targets[0]});
-        return list;
-    }();
-    return all;
-}
-
-struct Quotient {
-    Chunks chunks;
-    Events events;
-    bool operator==(Quotient const&) const = default;
-    friend std::ostream& operator<<(std::ostream& out, Quotient const& quotient)
-    {
-        for (Chunk const chunk : quotient.chunks) out << std::hex << chunk << std::dec << ' ';
-        for (Event const event : quotient.events) out << event << ' ';
-        return out;
-    }
-};
+fxpProdHardware const targets[] = {{ProdHWDeviceMicro, FxpHardwareRoundingZero},
+                                   {ProdHWDeviceMicro, FxpHardwareRoundingFloor},
+                                   {ProdHWDeviceAsic, FxpHardwareRoundingUndefined}};
+std::vector<Rounding> const roundings = [] {
+    std::vector<Rounding> list;
+    for (int mode = -1; mode <= fxpModeRoundingConvergent + 1; ++mode)
+        for (int ofTarget = -1; ofTarget <= 2; ++ofTarget) list.push_back({mode, ofTarget});
+    return list;
+}();
 
 /// The prescribed division, which jumps from one set bit of the quotient to the next: what its loop leaves,
 /// before any rounding.
@@ -70,17 +52,16 @@ public:
     Quotient rounded(int mode) const
     {
         Quotient const truncated{chunksOf(q_, to_), events_};
-        int const away = neg_ ? -1 : 1;
         if (isExact_ || mode == fxpModeRoundingZero) return truncated;
         if (mode == fxpModeRoundingCeiling) return neg_ ? truncated : stepped(1);
-        if (mode != fxpModeRoundingNearest && mode != fxpModeRoundingHalfAway &&
-            mode != fxpModeRoundingConvergent)
+        if ((mode != fxpModeRoundingNearest && mode < fxpModeRoundingHalfAway) ||
+            mode > fxpModeRoundingConvergent)
             return neg_ ? stepped(-1) : truncated;
         if (place_ != to_.fixedExponent - 1LL) return truncated; // less than one half
         int const side = order_ < 0 ? 1 : compare();
-        bool const leavesTie =
-            (mode == fxpModeRoundingNearest && neg_) || (mode == fxpModeRoundingConvergent && q_ % 2 == 0);
-        return side < 0 || (side == 0 && leavesTie) ? truncated : stepped(away);
+        bool const isTieLeft =
+            mode == fxpModeRoundingNearest ? neg_ : mode == fxpModeRoundingConvergent && q_ % 2 == 0;
+        return side < 0 || (side == 0 && isTieLeft) ? truncated : stepped(neg_ ? -1 : 1);
     }
 
 private:
@@ -148,8 +129,7 @@ private:
         if (event) events_.push_back(*event);
     }
 
-    /// One up or down. The value wraps, and a sign extension is put right, where the carry meets the top
-    /// chunk.
+    /// One up or down. A sign extension is put right where the carry meets the top chunk.
     Quotient stepped(int step) const
     {
         Events events = events_;
@@ -160,11 +140,10 @@ private:
                                         : Event::saturationToMax);
             if (sat_) return {chunksOf(q_, to_), events};
         }
-        Int const next = q_ + step, wrapped = wrapTo(next, to_), carrying = step < 0 ? q_ : next;
-        unsigned const below = 64 * static_cast<unsigned>(chunkCount(to_) - 1);
-        bool const isFixed = to_.isSigned()
-                                 ? modulo(carrying, Int(1) << below) == 0 && (wrapped < 0) != (q_ < 0)
-                                 : q_ == limit;
+        Int const next = q_ + step, wrapped = wrapTo(next, to_);
+        Int const below = Int(1) << static_cast<unsigned>(64 * (chunkCount(to_) - 1));
+        bool const isFixed =
+            to_.isSigned() ? (step < 0 ? q_ : next) % below == 0 && (wrapped < 0) != (q_ < 0) : q_ == limit;
         return {chunksOf(isFixed ? wrapped : next, to_), events};
     }
 
@@ -186,15 +165,15 @@ void check(Type const& to, Int const& a, Type const& aType, Int const& b, Type c
     Chunks const aChunks = chunksOf(a, aType), bChunks = chunksOf(b, bType);
     RecordingClient client;
     for (Rounding const& rounding : list) {
-        client.hardware = rounding.hardware;
+        client.hardware = rounding.ofTarget < 0 ? nullptr : &targets[rounding.ofTarget];
         client.clear();
         Quotient wanted = reference.rounded(rounding.resolved()), got{Chunks(chunkCount(to) + 1, 0xA5), {}};
-        wanted.chunks.push_back(0xA5);
-        ORVEX::multiword::divideChunks(client, got.chunks.data(), to, aChunks.data(), aType,
+        wanted.first.push_back(0xA5);
+        ORVEX::multiword::divideChunks(client, got.first.data(), to, aChunks.data(), aType,
                                        static_cast<int>(aChunks.size()), bChunks.data(), bType,
                                        static_cast<int>(bChunks.size()),
                                        static_cast<fxpModeRounding_tag>(rounding.mode), sat);
-        got.events = client.events();
+        got.second = client.events();
         EXPECT_EQ(got, wanted) << a << " of " << aType << " by " << b << " of " << bType << " into " << to
                                << Modes{rounding.resolved(), sat};
     }
@@ -217,11 +196,7 @@ TEST(ChunkDivide, Edges)
     Row const rows[] = {{0, 0, s8, zero, 1, 127, {byZero}},
                         {-1, 0, s8, zero, 0, -128, {byZero}},
                         {-1, 0, u8, zero, 0, 0, {byZero}},
-                        {0, -3, u8, zero, 0, 0, {}},
                         {638, 5, s8, nearest, 1, 127, {high}}, // 127.6
-                        {638, 5, s8, nearest, 0, -128, {wrap}},
-                        {638, 5, s8, zero, 1, 127, {}},
-                        {-128, 1, s8, zero, 1, -128, {}},
                         {-128, -1, s8, zero, 1, 127, {high}},
                         {-128, -1, s8, zero, 0, -128, {wrap}},
                         {-641, 5, s8, nearest, 1, -128, {low}}, // -128.2
@@ -229,24 +204,20 @@ TEST(ChunkDivide, Edges)
                         {-639, 5, s8, floor, 1, -128, {}}, // -127.8
                         {-384, 1, s8, zero, 0, -128, {wrap}},
                         {-769, 2, s8, zero, 0, 128, {wrap, wrap}}, // the sign extension is lost
-                        {-769, 2, s8, floor, 0, 127, {wrap, wrap}},
-                        {7 * 256 + 3, 1, s8, zero, 0, 3, {wrap, wrap, wrap}},
-                        {-1, 7, u8, zero, 1, 0, {high}}, // though it is nothing when rounded
+                        {-1, 7, u8, zero, 1, 0, {high}},           // though it is nothing when rounded
                         {-257, 1, u8, zero, 0, -1, {wrap, wrap}},
                         {-1, 2, u8, floor, 0, 255, {wrap, wrap}},
-                        {255, 2, u7, nearest, 1, 127, {high}},
                         {255, 2, u7, nearest, 0, 0, {wrap}},
                         {-5, 2, s8, nearest, 0, -2, {}},
                         {-5, 2, s8, fxpModeRoundingHalfAway, 0, -3, {}},
                         {5, 2, s8, fxpModeRoundingConvergent, 0, 2, {}},
-                        {-7, 2, s8, fxpModeRoundingConvergent, 0, -4, {}},
                         {1, 1000, s8, fxpModeRoundingCeiling, 0, 1, {}},
                         {1, 1000, s8, fxpModeRoundingHalfAway, 0, 0, {}}};
     for (Row const& row : rows) {
         EXPECT_EQ(BitByBit(row.to, row.a, word, row.b, word, row.sat).rounded(row.mode),
                   (Quotient{chunksOf(row.container, row.to), row.events}))
             << row.a << " / " << row.b << " into " << row.to << Modes{row.mode, row.sat};
-        for (int const sat : bothOverflows) check(row.to, row.a, word, row.b, word, sat, roundings());
+        for (int const sat : bothOverflows) check(row.to, row.a, word, row.b, word, sat, roundings);
     }
 }
 
@@ -263,10 +234,10 @@ TEST(ChunkDivide, ShortOperands)
         for (Int a = minStored(aType); a <= maxStored(aType); ++a)
             for (Int b = minStored(bType); b <= maxStored(bType); ++b)
                 check(to, a, aType, b, bType, random.between(0, 1),
-                      aType.wordLength + bType.wordLength <= 5 ? roundings()
-                                                               : std::vector{random.pick(roundings())});
+                      aType.wordLength + bType.wordLength <= 3 ? roundings
+                                                               : std::vector{random.pick(roundings)});
     };
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < 2; ++i)
         for (Type const& to : types)
             for (Type const& a : types)
                 for (Type const& b : types) checkTypes(to, a, b);
@@ -301,7 +272,7 @@ TEST(ChunkDivide, LongOperands)
         }
         for (int const sat : bothOverflows) // a wrap for each bit would not end
             if (sat || to.fixedExponent > whole - 1000)
-                check(to, a, aType, b, bType, sat, {random.pick(roundings()), random.pick(roundings())});
+                check(to, a, aType, b, bType, sat, {random.pick(roundings), random.pick(roundings)});
     }
 }
 

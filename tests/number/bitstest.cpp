@@ -176,10 +176,10 @@ TEST(Bits, SingleBits)
         x.setIndex(0);
         EXPECT_EQ(elementsOf(x.arrayGetLSB()), low);
         EXPECT_EQ(x.getIndex(), at);
-        Number const top = x.arrayGetMSB();
-        EXPECT_EQ(elementsOf(top), high);
-        EXPECT_TRUE(top.getDataType() == u(1) && top.getRoundMode() == fxpModeRoundingNearest &&
-                    top.getOverflowMode() == fxpModeOverflowSaturate && &top.getFxpClient() == &client);
+        EXPECT_EQ(elementsOf(x.arrayGetMSB()), high);
+        for (Number const& bit : {x.getMSB(), x.arrayGetMSB(), x.arrayBitGet({1})})
+            EXPECT_TRUE(bit.getDataType() == u(1) && bit.getRoundMode() == fxpModeRoundingNearest &&
+                        bit.getOverflowMode() == fxpModeOverflowSaturate && &bit.getFxpClient() == &client);
     }
     EXPECT_EQ(client.events(), Events{});
     Number x = numberOf(s(8), {{-1, -1}, {-1, -1}}, client);
