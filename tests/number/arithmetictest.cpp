@@ -503,9 +503,11 @@ TEST(Arithmetic, OperandsOfUnwelcomeKinds)
 TEST(ArrayTimes, FillsItsResultBeforeItsProduct)
 {
     Type const product = fixedType(true, 8, 0, 1.0, 200.0), output = fixedType(true, 8, 0, 1.0, -200.0);
+    Modes const modes{fxpModeRoundingNearest, 1};
     RecordingClient client;
-    Number const a = numberOf(s(8), Elements(2, {1}), client), b = numberOf(s(8), Elements(2, {1}), client),
-                 c = numberOf(s(8), Elements(3, {1}), client);
+    Number const a = numberOf(s(8), Elements(2, {1}), client, modes),
+                 b = numberOf(s(8), Elements(2, {1}), client, modes),
+                 c = numberOf(s(8), Elements(3, {1}), client, modes);
     EXPECT_THROW(Number::arrayTimes(a, c, product, output), kvxDiagnosticException);
     EXPECT_TRUE(client.events().empty());
     Number const result = Number::arrayTimes(a, b, product, output);

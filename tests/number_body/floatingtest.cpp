@@ -1,5 +1,8 @@
 #include "support/bodies.h"
 
+#include <climits>
+#include <functional>
+
 namespace
 {
 using namespace orvextest;

@@ -1,11 +1,12 @@
 #include "support/bodies.h"
 
+#include <functional>
+
 namespace
 {
 using namespace orvextest;
 using Type = fxpDataTypeProp;
 using N = NumberBody;
-using P = NumberBody const*;
 
 double const infinity = std::numeric_limits<double>::infinity(), nan_ = std::nan("");
 constexpr auto Over = Event::scaledDoubleOverflow, Under = Event::scaledDoubleUnderflow;
@@ -155,6 +156,7 @@ TEST(ScaledDouble, BitsBelowAndAboveTwoToThe62)
         {s8, 12.0, like(Type::doubleDataType(), 10.7), 8.0, 14.0, 6.0},
         {s8, 12.0, {s(16, -3), {10}}, 8.0, 14.0, 6.0},
         {s8, 0x1p62, like(s8, 3.0), 0.0, 0x1p62, 0x1p62, {}, -0x1p62}, // 3 is lost in the double
+        {s8, 3.0, like(s8, 0x1p62), 0.0, 0x1p62, 0x1p62},
         {s8, -0x1p63, like(s8, -1.0), -0x1p63, -1.0, 0x1p63, {}, 0x1p63},
         {s8, -1e30, like(s8, -1.0), -0x1p63, -1.0, 0x1p63, {}, 0x1p63}, // the bound is on one side alone
         // Beyond, on the bits of the type: the other first, then this one.

@@ -1,14 +1,12 @@
 #include "support/allocations.h"
 
-#include <atomic>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
 
 namespace
 {
-std::atomic<long> made{0}, live{0};
-thread_local long untilFailure = -1;
+thread_local long made = 0, live = 0, untilFailure = -1;
 } // namespace
 
 void* operator new(std::size_t size)

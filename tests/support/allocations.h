@@ -1,11 +1,12 @@
 /// \file
-/// The program's heap: how many blocks are taken and live, and an allocation that fails on demand.
+/// The heap as this thread uses it: blocks taken and live, and an allocation that fails on demand. Other
+/// threads, which a parallel library keeps for its own use, do not count.
 #pragma once
 
 namespace orvextest
 {
 
-long allocationsMade(); ///< by all threads since the start of the program
+long allocationsMade(); ///< since the start of the thread
 long liveBlocks();      ///< allocated and not yet freed
 
 /// While it lives, one allocation of this thread throws std::bad_alloc: the n-th from here on, from 0.
