@@ -79,17 +79,6 @@ std::vector<double> quantized(std::vector<double> const& wanted, fxpDataTypeProp
     return got;
 }
 
-/// Applies the gain, or if there is none the one that brings the peak of anything but silence to defaultPeak.
-double amplify(std::vector<double>& samples, std::optional<double> gain)
-{
-    double peak = 0;
-    for (double const sample : samples) peak = std::max(peak, std::abs(sample));
-    double const factor = gain.value_or(peak > 1e-9 ? defaultPeak / peak : 1);
-    if (!(factor > 0 && peak * factor < 1e100)) throw std::runtime_error("the gain is out of range");
-    for (double& sample : samples) sample *= factor;
-    return factor;
-}
-
 /// What one type makes of a recording in one pair of modes.
 struct Trial {
     std::vector<double> got;
@@ -125,7 +114,7 @@ void run(Options const& options)
 {
     Sound sound = readSound(options.recording);
     StagedOutput output(options.output);
-    double const gain = amplify(sound.samples, options.gain);
+    double const gain = amplify(sound.samples, options.gain, defaultPeak);
     std::vector<double> const wanted = sound.samples;
     std::set<int> const lengths(options.bits.begin(), options.bits.end());
 

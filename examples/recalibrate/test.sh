@@ -1,15 +1,7 @@
 #!/bin/sh
 # Runs the recalibrate program, given as the first argument, on the counts of the second and on bad input.
-program=$1
-sample=$2
-work=$(mktemp -d) && cp "$sample" "$work/sample.csv" && cd "$work" || exit 1
-trap 'rm -rf "$work"' EXIT
-failed=0
-check() { # what is checked, then a command that has to succeed
-    what=$1
-    shift
-    "$@" || { echo "FAILED: $what"; failed=1; }
-}
+. "$(dirname "$0")/../support/testing.sh"
+cp "$2" sample.csv || exit 1
 # Rows of the table in 11 columns without blanks.
 rows() { sed -n 's/^8.* micro/micro/; s/divided by /\//; /^ASIC  \|^micro  /p' "$1"; }
 

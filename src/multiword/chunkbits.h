@@ -91,7 +91,8 @@ template <class Count>
 long long bitLength(Chunk const* chunks, Count count)
 {
     for (int i = count - 1; i >= 0; --i)
-        if (chunks[i] != 0) return static_cast<long long>(i) * chunkBits + static_cast<int>(std::bit_width(chunks[i]));
+        if (chunks[i] != 0)
+            return static_cast<long long>(i) * chunkBits + static_cast<int>(std::bit_width(chunks[i]));
     return 0;
 }
 

@@ -22,8 +22,8 @@ NumberBody::NumberBody(Spec const& spec, std::size_t bytesPerElement,
 NumberBody::NumberBody(NumberBody const& other, ORVEX::NumberUtils::CopyIndexOnly)
     : numberOfElements_(other.numberOfElements_), dataType_(other.dataType_), roundMode_(other.roundMode_),
       overflowMode_(other.overflowMode_), client_(other.client_), dataIsExternal_(other.dataIsExternal_),
-      container_(other.container_),
-      bytesPerElement_(other.bytesPerElement_), smallDims_{1, 1}, shared_(other.shared_), data_(other.data_)
+      container_(other.container_), bytesPerElement_(other.bytesPerElement_), smallDims_{1, 1},
+      shared_(other.shared_), data_(other.data_)
 {
     setNDims(other.nDims_);
     setDims(other.dims());
