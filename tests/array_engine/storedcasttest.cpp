@@ -161,17 +161,22 @@ void expectCast(Result const& wanted, Type const& y, Type const& u, Int const& x
     }
 }
 
+void expectOneStage(Result const& wanted, Type const& y, Type const& u, Int const& x, Modes modes,
+                    Target const& target)
+{
+    expectCast(wanted, y, u, x, target, 0, u.wordLength,
+               [&](auto& client, Chunk* place, Chunk const* source) {
+                   castNetScalingToChunks(client, place, y, source, u, rounding(modes), modes.sat);
+               });
+}
+
 /// All ways to make the cast; returns the number of stages, 0 if no type holds the net slope.
 int checkCast(Type const& y, Type const& u, Modes modes, Target const& target, std::vector<Int> const& values)
 {
     SCOPED_TRACE(modes);
     for (Int const& x : values) {
         Result wanted{x, {}};
-        if (castOnce(wanted, y, u, modes, target))
-            expectCast(wanted, y, u, x, target, 0, u.wordLength,
-                       [&](auto& client, Chunk* place, Chunk const* source) {
-                           castNetScalingToChunks(client, place, y, source, u, rounding(modes), modes.sat);
-                       });
+        if (castOnce(wanted, y, u, modes, target)) expectOneStage(wanted, y, u, x, modes, target);
     }
     RecordingClient client;
     target.lendTo(client);
@@ -227,16 +232,14 @@ int checkCast(Type const& y, Type const& u, Modes modes, Target const& target, s
 TEST(StoredCast, AgreesWithRationals)
 {
     constexpr double infinity = std::numeric_limits<double>::infinity();
+    std::array const factors{1.0, 1.5, 1.1, 1.75, 7.0 / 6, 3.0, 1.0 + 0x1p-40, 1.25};
+    std::array const odd{1.0, 0.0, -0.0, -1.25, -1.0, 1e300, infinity, std::nan("")};
     Random random(31);
     int stages[3] = {};
     for (int i = 0; i < 3000 && !HasFailure(); ++i) {
         int const bits = random.pick(std::array{8, 32, 64, 200});
         auto const anyScaling = [&](Type& type) {
-            type.slopeAdjustmentFactor =
-                random.pick(std::array{1.0, 1.5, 1.1, 1.75, 7.0 / 6, 3.0, 1.0 + 0x1p-40});
-            if (i % 20 == 0)
-                type.slopeAdjustmentFactor =
-                    random.pick(std::array{1.0, 0.0, -0.0, -1.25, -1.0, 1e300, infinity, std::nan("")});
+            type.slopeAdjustmentFactor = random.pick(i % 20 == 0 ? odd : factors);
             type.bias = random.coin() ? 0.0 : random.doubleNear(type);
         };
         Type u = random.radixType(bits, -bits, bits / 3), y = random.radixType(bits, 0, 0);
@@ -255,14 +258,14 @@ TEST(StoredCast, AgreesWithRationals)
     EXPECT_TRUE(stages[1] > 1000 && stages[2] > 1000) << stages[1] << ' ' << stages[2];
 }
 
-/// Net slopes of 1 / n.
+/// Net slopes of 1 / n, now and then with a bias, which forbids it.
 TEST(StoredCast, DividesWhereTheTargetMay)
 {
     Random random(32);
     for (int i = 0; i < 2000 && !HasFailure(); ++i) {
         Type const u = random.radixType(64, -20, 20);
         Type y = random.radixType(64, 0, 0);
-        y.setScaling(random.between(3, 1 << random.between(2, 20)), u.fixedExponent, 0.0);
+        y.setScaling(random.between(3, 1 << random.between(2, 20)), u.fixedExponent, i % 5 == 0 ? 7.5 : 0.0);
         checkCast(y, u, {random.pick(allRoundings), random.between(0, 1)},
                   {&micros[random.between(0, 2)], dividing},
                   {random.pick(interestingStored(u, random, 1)), maxStored(u), minStored(u), 0});
@@ -275,14 +278,13 @@ TEST(StoredCast, Edges)
     constexpr auto high = Event::saturationToMax, low = Event::saturationToMin, wrap = Event::wrap;
     constexpr Modes zeroWrap{fxpModeRoundingZero, 0}, zero{fxpModeRoundingZero, 1},
         floor{fxpModeRoundingFloor, 1};
-    auto const net = [](Event kind, Chunk quantized, double wanted) {
-        return Record{kind, {quantized}, {}, wanted};
+    auto const s = [](int bits, int exponent = 0, double factor = 1.0, double bias = 0.0) {
+        return fixedType(true, bits, exponent, factor, bias);
     };
-    Record const third = net(Event::netSlope, 21845, 1 / 1.5), half = net(Event::netSlope, 96, 1.5),
-                 five = net(Event::netBias, 5, 5.0);
-    Type const s8 = fixedType(true, 8), u8 = fixedType(false, 8), u8Less5 = fixedType(false, 8, 0, 1.0, 5),
-               halves = fixedType(true, 8, 0, 1.5);
-    Type const eighths = fixedType(true, 16, 3), thirds = fixedType(true, 16, 4, 1.5);
+    Type const u8 = fixedType(false, 8), above5 = fixedType(false, 8, 0, 1.0, 5);
+    auto const slope = [](Chunk chunk, double net) { return Record{Event::netSlope, {chunk}, {}, net}; };
+    auto const bias = [](Chunk chunk, double net) { return Record{Event::netBias, {chunk}, {}, net}; };
+    Record const third = slope(21845, 1 / 1.5), half = slope(96, 1.5);
     Target const none{}, divides{&micros[0], dividing}, floors{&micros[1], dividing};
     struct Row {
         Type u, y;
@@ -293,52 +295,30 @@ TEST(StoredCast, Edges)
         std::vector<Record> records;
     };
     Row const rows[] = {
-        {fixedType(true, 16, -4), fixedType(true, 8, -2), -101, floor, none, -26, {}},
+        {s(16, -4), s(8, -2), -101, floor, none, -26, {}},
         // a bias that is subtracted, and one that is added
-        {u8, u8Less5, 3, zero, none, 0, {five, {low}}},
-        {u8, u8Less5, 3, zeroWrap, none, 254, {five, {wrap}}},
-        {u8, fixedType(true, 8, 0, 1.0, 5), 3, zero, none, -2, {net(Event::netBias, ~4ULL, -5.0)}},
+        {u8, above5, 3, zero, none, 0, {bias(5, 5.0), {low}}},
+        {u8, above5, 3, zeroWrap, none, 254, {bias(5, 5.0), {wrap}}},
+        {u8, s(8, 0, 1, 5), 3, zero, none, -2, {bias(~4ULL, -5.0)}},
         // the bias, the value, and the sum leave the range each on its own
-        {fixedType(true, 16, 0, 1.0, 1000),
-         s8,
-         300,
-         zeroWrap,
-         none,
-         -85,
-         {{high}, net(Event::netBias, 127, 1000.0), {wrap}, {wrap}}},
+        {s(16, 0, 1, 999), s(8), 300, zeroWrap, none, -85, {{high}, bias(127, 999.0), {wrap}, {wrap}}},
         // the factor alone makes a slope, however it is spelt
-        {halves, s8, 100, zero, none, 127, {half, {high}}},
-        {fixedType(true, 8, 0, 2.0),
-         fixedType(true, 8, 1),
-         5,
-         zero,
-         none,
-         5,
-         {net(Event::netSlope, 64, 2.0)}},
+        {s(8, 0, 1.5), s(8), 100, zero, none, 127, {half, {high}}},
+        {s(8, 0, 2.0), s(8, 1), 5, zero, none, 5, {slope(64, 2.0)}},
         // scale first, and saturate, then the bias
-        {fixedType(true, 8, 0, 1.5, -100),
-         s8,
-         100,
-         zero,
-         none,
-         27,
-         {half, net(Event::netBias, ~99ULL, -100.0), {high}}},
+        {s(8, 0, 1.5, -100), s(8), 100, zero, none, 27, {half, bias(~99ULL, -100.0), {high}}},
         // one third of the stored integer, whatever the exponents are
-        {eighths, thirds, -100, zero, divides, -33, {third}},
-        {eighths, thirds, -100, {fxpModeRoundingCheapest, 1}, floors, -34, {third}},
-        {eighths, thirds, 99, zero, none, 32, {third}},
-        {eighths, fixedType(true, 8, 4, 1.5), 1000, zeroWrap, divides, 77, {third, {wrap}}},
-        {eighths, fixedType(false, 8, 4, 1.5), -2, zero, divides, 0, {third, {high}}},
+        {s(16, 3), s(16, 4, 1.5), -100, zero, divides, -33, {third}},
+        {s(16, 3), s(16, 4, 1.5), -100, {fxpModeRoundingCheapest, 1}, floors, -34, {third}},
+        {s(16, 3), s(16, 4, 1.5), 99, zero, none, 32, {third}},
+        {s(16, 3), s(8, 4, 1.5), 1000, zeroWrap, divides, 77, {third, {wrap}}},
+        {s(16, 3), fixedType(false, 8, 4, 1.5), -2, zero, divides, 0, {third, {high}}},
     };
     for (Row const& row : rows) {
         Result wanted{row.stored, row.records};
         for (Record& record : wanted.records)
             if (!record.chunks.empty()) record.type = withoutFactor(row.y);
-        expectCast(wanted, row.y, row.u, row.x, row.target, 0, row.u.wordLength,
-                   [&](auto& client, Chunk* place, Chunk const* source) {
-                       castNetScalingToChunks(client, place, row.y, source, row.u, rounding(row.modes),
-                                              row.modes.sat);
-                   });
+        expectOneStage(wanted, row.y, row.u, row.x, row.modes, row.target);
         checkCast(row.y, row.u, row.modes, row.target, {row.x});
     }
 }

@@ -50,6 +50,23 @@ TEST(ChunkBits, AgreesWithBigIntegers)
     for (Type const& type : types()) {
         SCOPED_TRACE(type);
         int const bits = type.wordLength;
+        // What stands above the word stays, unless a carry meets the top chunk or the sign is changed.
+        for (int i = 0; i < 20; ++i) {
+            bool const on = i % 2 != 0;
+            Chunks const raw = rawChunks(type, random);
+            Chunks wanted = raw, chunks = raw;
+            Chunk const signs = ~0ULL << (bits - 1) % 64, top = on ? raw.back() | signs : raw.back() & ~signs;
+            if (type.isSigned() && (raw.back() >> 63 != 0) != on) wanted.back() = top;
+            if (type.isSigned())
+                mw::setChunksBitValue(chunks.data(), type, bits, on, static_cast<int>(raw.size()));
+            EXPECT_EQ(chunks, wanted);
+            if (bits <= 64) continue;
+            wanted[0] = on ? 8 : 6;
+            chunks[0] = 7;
+            on ? mw::incrementChunks(chunks.data(), type, static_cast<int>(raw.size()))
+               : mw::decrementChunks(chunks.data(), type, static_cast<int>(raw.size()));
+            EXPECT_EQ(chunks, wanted);
+        }
         Type const word = fixedType(false, bits),
                    whole = fixedType(false, static_cast<int>(64 * chunkCount(type)));
         for (Int const& value : valuesOf(type, random, 4)) {
@@ -195,12 +212,14 @@ TEST(ChunkProduct, AgreesWithBigIntegers)
         return Modes{random.between(-1, fxpModeRoundingConvergent + 1), random.between(0, 1)};
     };
     for (Type const& a : types())
-        for (Type const& b : types())
+        for (Type const& b : types()) {
+            std::vector<Int> const values = valuesOf(b, random, 1);
             for (Int const& x : valuesOf(a, random, 1))
-                for (Int const& y : valuesOf(b, random, 1))
-                    if (a.wordLength + b.wordLength <= 8 || random.between(0, 150) == 0)
+                for (Int const& y : values)
+                    if (a.wordLength + b.wordLength <= 8 || random.between(0, 300) == 0)
                         checkProduct(a, chunksOf(x, a), b, chunksOf(y, b), random.radixType(10, -2, 4),
                                      anyModes());
+        }
     for (int i = 0; i < 4000 && !HasFailure(); ++i) {
         int const bits = random.pick(std::array{20, 70, 200, 400});
         Type const a = random.radixType(bits, -bits, bits),

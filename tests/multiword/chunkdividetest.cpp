@@ -262,9 +262,11 @@ TEST(ChunkDivide, LongOperands)
         int const whole = aType.fixedExponent - bType.fixedExponent,
                   far = random.pick(std::array{2, 40, 400, 1 << 29});
         to.fixedExponent = whole + random.between(-far, far);
-        if (i % 3 == 0 && b != 0) { // about a multiple
-            a = wrapTo(b * (a / b) + random.between(-1, 1), aType);
-            to.fixedExponent = whole + random.between(-1, 1);
+        if (i % 3 == 0) { // about a multiple, or half of one
+            int const bits = random.between(0, 130);
+            Int const multiple = b * random.between(-99, 99) * (Int(1) << static_cast<unsigned>(bits)) / 2;
+            a = wrapTo(multiple + random.between(-1, 1), aType);
+            to.fixedExponent = whole + bits;
         }
         if (i % 3 == 1 && a != 0 && b != 0) { // about the limit
             int const bits = static_cast<int>(msb(abs(a))) - static_cast<int>(msb(abs(b)));
