@@ -235,4 +235,19 @@ TEST(ChunkProduct, AgreesWithBigIntegers)
     }
 }
 
+/// b is converted first, then a, then they are subtracted; the result may lie where a lies.
+TEST(ChunkDifference, AcrossTypesConvertsBoth)
+{
+    Type const to = fixedType(true, 8, -2), fine = fixedType(true, 16, -4), whole = fixedType(false, 8);
+    RecordingClient client;
+    Chunk a = 16 * 5 + 8, b = 3; // 5.5 and 3
+    mw::subtractToType(client, &a, to, &a, fine, &b, whole, fxpModeRoundingNearest, 1);
+    EXPECT_EQ(a, 10U);
+    EXPECT_EQ(client.events(), Events{});
+    Chunk far = 0xFFFFFFFFFFFFFF88, large = 40; // -30, and 40 that saturates on its way
+    mw::subtractToType(client, &far, to, &far, to, &large, whole, fxpModeRoundingNearest, 1);
+    EXPECT_EQ(far, 0xFFFFFFFFFFFFFF80);
+    EXPECT_EQ(client.events(), (Events{Event::saturationToMax, Event::saturationToMin}));
+}
+
 } // namespace
