@@ -7,6 +7,7 @@
 #include "array_engine/parallelframe.h"
 #include "array_engine/storedcast.h"
 #include "multiword/chunkdouble.h"
+#include "number/outputtypes.h"
 #include "number_body/operand.h"
 #include "number_body/zerobody.h"
 
@@ -64,13 +65,8 @@ Number::Number(unsigned long long count, unsigned long long nDims, unsigned long
 Number::Number(Number const& other) : body_(Factory::createNumberBody(&other.body())) {}
 
 Number::Number(Number const& other, NumberUtils::CopyIndexOnly shares)
-    : body_(Factory::createNumberBody(&other.body(), shares)), binaryOpOutputType_(other.binaryOpOutputType_),
-      nonAssignmentPlusType_(other.nonAssignmentPlusType_),
-      nonAssignmentTimesType_(other.nonAssignmentTimesType_), plusOperandType_(other.plusOperandType_),
-      timesOperandType_(other.timesOperandType_),
-      binaryOpOutputUserSpecified_(other.binaryOpOutputUserSpecified_),
-      nonAssignmentPlusUserSpecified_(other.nonAssignmentPlusUserSpecified_),
-      nonAssignmentTimesUserSpecified_(other.nonAssignmentTimesUserSpecified_)
+    : body_(Factory::createNumberBody(&other.body(), shares)),
+      outputTypes_(other.outputTypes_ ? new OutputTypes(*other.outputTypes_) : nullptr)
 {
 }
 

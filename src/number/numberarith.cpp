@@ -2,6 +2,7 @@
 #include <orvex/number/number.h>
 
 #include "array_engine/bulk.h"
+#include "number/outputtypes.h"
 
 #include <algorithm>
 
@@ -43,106 +44,99 @@ fxpDataTypeProp productType(fxpDataTypeProp const& a, fxpDataTypeProp const& b)
 
 // The three output types. Setters and getters are const: they belong to the handle, not to the value.
 
+Number::OutputTypes& Number::outputTypes() const
+{
+    if (!outputTypes_) outputTypes_ = std::make_unique<OutputTypes>();
+    return *outputTypes_;
+}
+
 fxpDataTypeProp const& Number::getDataTypeForBinaryOpOutput() const
 {
-    return binaryOpOutputType_ ? *binaryOpOutputType_ : noType();
+    return outputTypes_ && outputTypes_->binaryOp.type ? *outputTypes_->binaryOp.type : noType();
 }
 
 void Number::setDataTypeForBinaryOpOutput(fxpDataTypeProp const& type) const
 {
-    binaryOpOutputType_ = std::make_shared<fxpDataTypeProp const>(type);
-    binaryOpOutputUserSpecified_ = true;
+    outputTypes().binaryOp.set(type);
 }
 
 void Number::resetDataTypeForBinaryOpOutput() const
 {
-    binaryOpOutputType_.reset();
-    binaryOpOutputUserSpecified_ = false;
+    if (outputTypes_) outputTypes_->binaryOp.reset();
 }
 
-bool Number::isDataTypeForBinaryOpOutputUserSpecified() const { return binaryOpOutputUserSpecified_; }
+bool Number::isDataTypeForBinaryOpOutputUserSpecified() const
+{
+    return outputTypes_ && outputTypes_->binaryOp.isUsers;
+}
 
 fxpDataTypeProp const& Number::getDataTypeForNonAssignmentOpPlus() const
 {
-    return nonAssignmentPlusType_ ? *nonAssignmentPlusType_ : noType();
+    return outputTypes_ && outputTypes_->plus.type ? *outputTypes_->plus.type : noType();
 }
 
 void Number::setDataTypeForNonAssignmentOpPlus(fxpDataTypeProp const& type) const
 {
-    nonAssignmentPlusType_ = std::make_shared<fxpDataTypeProp const>(type);
-    nonAssignmentPlusUserSpecified_ = true;
+    outputTypes().plus.set(type);
 }
 
 void Number::resetDataTypeForNonAssignmentOpPlus() const
 {
-    nonAssignmentPlusType_.reset();
-    nonAssignmentPlusUserSpecified_ = false;
+    if (outputTypes_) outputTypes_->plus.reset();
 }
 
-bool Number::isDataTypeForNonAssignmentOpPlusUserSpecified() const { return nonAssignmentPlusUserSpecified_; }
+bool Number::isDataTypeForNonAssignmentOpPlusUserSpecified() const
+{
+    return outputTypes_ && outputTypes_->plus.isUsers;
+}
 
 fxpDataTypeProp const& Number::getDataTypeForNonAssignmentOpTimes() const
 {
-    return nonAssignmentTimesType_ ? *nonAssignmentTimesType_ : noType();
+    return outputTypes_ && outputTypes_->times.type ? *outputTypes_->times.type : noType();
 }
 
 void Number::setDataTypeForNonAssignmentOpTimes(fxpDataTypeProp const& type) const
 {
-    nonAssignmentTimesType_ = std::make_shared<fxpDataTypeProp const>(type);
-    nonAssignmentTimesUserSpecified_ = true;
+    outputTypes().times.set(type);
 }
 
 void Number::resetDataTypeForNonAssignmentOpTimes() const
 {
-    nonAssignmentTimesType_.reset();
-    nonAssignmentTimesUserSpecified_ = false;
+    if (outputTypes_) outputTypes_->times.reset();
 }
 
 bool Number::isDataTypeForNonAssignmentOpTimesUserSpecified() const
 {
-    return nonAssignmentTimesUserSpecified_;
+    return outputTypes_ && outputTypes_->times.isUsers;
 }
 
 namespace
 {
 
-/// Works out a full-precision type unless the one at hand was worked out for this right operand's type. The
-/// left operand's own type is not part of that question.
-void refresh(std::shared_ptr<fxpDataTypeProp const>& type,
-             std::shared_ptr<fxpDataTypeProp const>& operandType, fxpDataTypeProp const& left,
-             fxpDataTypeProp const& right,
-             fxpDataTypeProp (*rule)(fxpDataTypeProp const&, fxpDataTypeProp const&))
+/// The user's type, or else the full-precision one, worked out unless the one at hand was worked out for this
+/// right operand's type. The left operand's own type is not part of that question.
+template <class FullPrecision>
+fxpDataTypeProp const& refreshed(FullPrecision& output, fxpDataTypeProp const& left,
+                                 fxpDataTypeProp const& right,
+                                 fxpDataTypeProp (*rule)(fxpDataTypeProp const&, fxpDataTypeProp const&))
 {
-    // A reset drops the type and leaves the operand's record.
-    if (type && operandType && *operandType == right) return;
-    operandType = std::make_shared<fxpDataTypeProp const>(right);
-    type = std::make_shared<fxpDataTypeProp const>(rule(left, right));
+    if (!output.isUsers && !(output.type && output.operand && *output.operand == right)) {
+        output.operand = right;
+        output.type = rule(left, right);
+    }
+    return *output.type;
 }
 
 } // namespace
 
-void Number::setFullPrecisionTypeForNonAssignmentOpPlus(Number const& other) const
-{
-    refresh(nonAssignmentPlusType_, plusOperandType_, getDataType(), other.getDataType(), sumType);
-    nonAssignmentPlusUserSpecified_ = false;
-}
-
-void Number::setFullPrecisionTypeForNonAssignmentOpTimes(Number const& other) const
-{
-    refresh(nonAssignmentTimesType_, timesOperandType_, getDataType(), other.getDataType(), productType);
-    nonAssignmentTimesUserSpecified_ = false;
-}
-
 fxpDataTypeProp const& Number::getDataTypeForNonAssignmentOpPlus(Number const& other) const
 {
-    if (!nonAssignmentPlusUserSpecified_) setFullPrecisionTypeForNonAssignmentOpPlus(other);
-    return *nonAssignmentPlusType_;
+    return refreshed(outputTypes().plus, getDataType(), other.getDataType(), sumType);
 }
 
 fxpDataTypeProp const& Number::getDataTypeForNonAssignmentOpTimes(Number const& other) const
 {
-    if (!nonAssignmentTimesUserSpecified_) setFullPrecisionTypeForNonAssignmentOpTimes(other);
-    return *nonAssignmentTimesType_;
+    return refreshed(outputTypes().times, getDataType(), other.getDataType(), productType);
 }
 
 /// A scalar computed in `type`; where the user has set an output type that differs, it is then stored in that
@@ -152,7 +146,8 @@ Number Number::computedIn(fxpDataTypeProp const& type, bool isComplex, Compute c
 {
     // Copies: a hook may compute with this handle and so replace its records.
     fxpDataTypeProp const computed = type;
-    fxpDataTypeProp const output = binaryOpOutputUserSpecified_ ? *binaryOpOutputType_ : computed;
+    fxpDataTypeProp const output =
+        isDataTypeForBinaryOpOutputUserSpecified() ? getDataTypeForBinaryOpOutput() : computed;
     Number result = zeroScalar(output, isComplex);
     if (output == computed) {
         compute(result);
@@ -186,9 +181,10 @@ Number Number::operator*(Number const& other) const
 {
     fxpDataTypeProp const product = getDataTypeForNonAssignmentOpTimes(other);
     bool const bothComplex = isComplex() && other.isComplex();
-    fxpDataTypeProp const accumulator = !bothComplex                      ? product
-                                        : nonAssignmentPlusUserSpecified_ ? *nonAssignmentPlusType_
-                                                                          : sumType(product, product);
+    fxpDataTypeProp const accumulator = !bothComplex ? product
+                                        : isDataTypeForNonAssignmentOpPlusUserSpecified()
+                                            ? getDataTypeForNonAssignmentOpPlus()
+                                            : sumType(product, product);
     return computedIn(accumulator, isComplex() || other.isComplex(), [&](Number& result) {
         if (bothComplex)
             result.isComplexProductOf(*this, other, product);
@@ -315,7 +311,8 @@ Number Number::arrayPlus(Number const& a, Number const& b, fxpDataTypeProp const
 
 Number Number::arrayMinus(Number const& a, Number const& b)
 {
-    return arrayMinus(a, b, a.getDataTypeForNonAssignmentOpPlus(b));
+    fxpDataTypeProp const type = a.getDataTypeForNonAssignmentOpPlus(b); // a hook may replace a's own
+    return arrayMinus(a, b, type);
 }
 
 Number Number::arrayMinus(Number const& a, Number const& b, fxpDataTypeProp const& sumType)

@@ -55,9 +55,13 @@ public:
     using Word = typename Storage::Word;
     using Count = typename Storage::Count;
 
+    static constexpr std::size_t elementBytes(int numChunks)
+    {
+        return sizeof(Word) * static_cast<std::size_t>(numChunks) * Parts;
+    }
+
     FixedBody(Spec const& spec, int numChunks)
-        : FixedPointNumber(spec, sizeof(Word) * static_cast<std::size_t>(numChunks) * Parts,
-                           Storage::container, numChunks)
+        : FixedPointNumber(spec, elementBytes(numChunks), Storage::container, numChunks)
     {
     }
     FixedBody(NumberBody const& other, ORVEX::NumberUtils::CopyIndexOnly tag, int numChunks)

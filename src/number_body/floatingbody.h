@@ -11,7 +11,10 @@ template <class T>
 class FloatingBody : public NumberBody
 {
 public:
-    FloatingBody(Spec const& spec, int) : NumberBody(spec, sizeof(T), ORVEX::array_engine::containerOf<T>())
+    static constexpr std::size_t elementBytes(int) { return sizeof(T); }
+
+    FloatingBody(Spec const& spec, int chunks)
+        : NumberBody(spec, elementBytes(chunks), ORVEX::array_engine::containerOf<T>())
     {
     }
     FloatingBody(NumberBody const& other, ORVEX::NumberUtils::CopyIndexOnly tag, int) : NumberBody(other, tag)

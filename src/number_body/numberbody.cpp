@@ -14,9 +14,9 @@ NumberBody::NumberBody(Spec const& spec, std::size_t bytesPerElement,
     : numberOfElements_(spec.count), dataType_(spec.type), roundMode_(spec.round),
       overflowMode_(spec.overflow), client_(&spec.client), dataIsExternal_(spec.isExternal),
       container_(container), bytesPerElement_(bytesPerElement), smallDims_{1, spec.count},
-      shared_(SharedBlock::create(spec.isExternal ? 0 : saturatingProduct(spec.count, bytesPerElement))),
-      data_(spec.isExternal ? spec.external : shared_->storage())
+      shared_(SharedBlock::ofBody(this)), data_(spec.isExternal ? spec.external : shared_->storage())
 {
+    ++shared_->useCount;
 }
 
 NumberBody::NumberBody(NumberBody const& other, ORVEX::NumberUtils::CopyIndexOnly)
@@ -32,22 +32,43 @@ NumberBody::NumberBody(NumberBody const& other, ORVEX::NumberUtils::CopyIndexOnl
 
 NumberBody::~NumberBody() { shared_->release(); }
 
+void* NumberBody::operator new(std::size_t bodyBytes, ElementBytes elements)
+{
+    SharedBlock* const block = SharedBlock::create(bodyBytes, elements.bytes);
+    block->holdsBody = true;
+    return block->body();
+}
+
+void NumberBody::operator delete(void* body, ElementBytes) noexcept { SharedBlock::ofBody(body)->leaveBody(); }
+
+void NumberBody::operator delete(NumberBody* body, std::destroying_delete_t)
+{
+    SharedBlock* const block = SharedBlock::ofBody(body);
+    body->~NumberBody();
+    block->leaveBody();
+}
+
+void NumberBody::replaceBlock(SharedBlock* fresh)
+{
+    ++fresh->useCount;
+    std::exchange(shared_, fresh)->release();
+}
+
 void NumberBody::adopt(void* external)
 {
-    SharedBlock* const fresh = SharedBlock::create(0);
-    std::exchange(shared_, fresh)->release();
+    replaceBlock(SharedBlock::create(0, 0));
     data_ = external;
     dataIsExternal_ = true;
 }
 
 void NumberBody::resize(unsigned long long count)
 {
-    SharedBlock* const fresh = SharedBlock::create(saturatingProduct(count, bytesPerElement_));
+    SharedBlock* const fresh = SharedBlock::create(0, saturatingProduct(count, bytesPerElement_));
     auto* const bytes = static_cast<unsigned char*>(fresh->storage());
     std::size_t const kept = data_ ? std::min(count, numberOfElements_) * bytesPerElement_ : 0;
     if (kept) std::memcpy(bytes, data_, kept);
     std::fill(bytes + kept, bytes + count * bytesPerElement_, static_cast<unsigned char>(0));
-    std::exchange(shared_, fresh)->release();
+    replaceBlock(fresh);
     data_ = bytes;
     numberOfElements_ = count;
 }

@@ -3,6 +3,7 @@
 #include "number_body/fixedpointclasses.h"
 #include "number_body/floatingbody.h"
 #include "number_body/scaleddoublenumber.h"
+#include "number_body/sharedblock.h"
 #include "number_body/zerobody.h"
 
 #include <algorithm>
@@ -41,6 +42,18 @@ NumberBody* select(fxpDataTypeProp const& type, bool isComplex, Make make)
     });
 }
 
+/// A body of the class that the type selects, with its elements unset; null for a mode that no class holds.
+std::unique_ptr<NumberBody> make(NumberBody::Spec const& spec, bool isComplex)
+{
+    return std::unique_ptr<NumberBody>(select(spec.type, isComplex, [&](auto tag, int chunks) -> NumberBody* {
+        using Body = typename decltype(tag)::type;
+        std::size_t const bytes =
+            spec.isExternal ? 0
+                            : ORVEX::number_body::saturatingProduct(spec.count, Body::elementBytes(chunks));
+        return new (NumberBody::ElementBytes{bytes}) Body(spec, chunks);
+    }));
+}
+
 } // namespace
 
 NumberBody* NumberBodyFactory::createNumberBody(double const* values, fxpDataTypeProp const& type,
@@ -48,12 +61,9 @@ NumberBody* NumberBodyFactory::createNumberBody(double const* values, fxpDataTyp
                                                 fxpModeRounding_tag round, fxpModeOverflow_tag overflow,
                                                 bool isComplex)
 {
-    NumberBody::Spec const spec{type, client, count, round, overflow};
-    return select(type, isComplex, [&](auto tag, int chunks) -> NumberBody* {
-        auto body = std::make_unique<typename decltype(tag)::type>(spec, chunks);
-        body->setValue(values);
-        return body.release();
-    });
+    auto body = make({type, client, count, round, overflow}, isComplex);
+    if (body) body->setValue(values);
+    return body.release();
 }
 
 NumberBody* NumberBodyFactory::createNumberBody(double const* re, double const* im,
@@ -75,45 +85,39 @@ NumberBody* NumberBodyFactory::createNumberBody(void* data, fxpDataTypeProp cons
                                                 fxpModeRounding_tag round, fxpModeOverflow_tag overflow,
                                                 bool isComplex)
 {
-    NumberBody::Spec const spec{type, client, count, round, overflow, true, data};
-    return select(type, isComplex, [&](auto tag, int chunks) -> NumberBody* {
-        return new typename decltype(tag)::type(spec, chunks);
-    });
+    return make({type, client, count, round, overflow, true, data}, isComplex).release();
 }
 
 NumberBody* NumberBodyFactory::createNumberBody(NumberBody const* other)
 {
-    NumberBody::Spec const spec{other->dataType_, *other->client_, other->numberOfElements_,
-                                other->roundMode_, other->overflowMode_};
-    return select(other->dataType_, other->isComplex(), [&](auto tag, int chunks) -> NumberBody* {
-        auto body = std::make_unique<typename decltype(tag)::type>(spec, chunks);
-        body->copyRawFrom(*other);
-        body->setNDims(other->nDims_);
-        body->setDims(other->dims());
-        NumberBody& base = *body;
-        base.dataIsExternal_ = other->dataIsExternal_;
-        return body.release();
-    });
+    auto body = make({other->dataType_, *other->client_, other->numberOfElements_, other->roundMode_,
+                      other->overflowMode_},
+                     other->isComplex());
+    if (!body) return nullptr;
+    body->copyRawFrom(*other);
+    body->setNDims(other->nDims_);
+    body->setDims(other->dims());
+    body->dataIsExternal_ = other->dataIsExternal_;
+    return body.release();
 }
 
 NumberBody* NumberBodyFactory::createNumberBody(NumberBody const* other,
                                                 ORVEX::NumberUtils::CopyIndexOnly shares)
 {
     return select(other->dataType_, other->isComplex(), [&](auto tag, int chunks) -> NumberBody* {
-        return new typename decltype(tag)::type(*other, shares, chunks);
+        return new (NumberBody::ElementBytes{0}) typename decltype(tag)::type(*other, shares, chunks);
     });
 }
 
 std::unique_ptr<NumberBody> ORVEX::number_body::createZeroBody(NumberBody::Spec const& spec, bool isComplex)
 {
-    return std::unique_ptr<NumberBody>(select(spec.type, isComplex, [&](auto tag, int chunks) -> NumberBody* {
-        auto body = std::make_unique<typename decltype(tag)::type>(spec, chunks);
-        if (spec.type.mode == fxpModeDataTypeFixed && spec.type.bias == 0.0) {
-            body->clear(); // what storing 0.0 does, without an event
-        } else {
-            std::vector<double> const zeros(spec.count * (isComplex ? 2 : 1));
-            body->setValue(zeros.data());
-        }
-        return body.release();
-    }));
+    auto body = make(spec, isComplex);
+    if (!body) return body;
+    if (spec.type.mode == fxpModeDataTypeFixed && spec.type.bias == 0.0) {
+        body->clear(); // what storing 0.0 does, without an event
+    } else {
+        std::vector<double> const zeros(spec.count * (isComplex ? 2 : 1));
+        body->setValue(zeros.data());
+    }
+    return body;
 }

@@ -1,33 +1,55 @@
 /// \file
-/// The storage that the sharing copies of one array have in common.
+/// The memory of a body and of its elements.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <new>
 
 namespace ORVEX::number_body
 {
 
-/// A use count with the elements behind it, in one allocation. Counts without a lock: sharing copies are not
-/// made or destroyed at the same time.
+/// Room for a body, or for none, and behind it for elements, in one allocation. The elements outlive the body
+/// as long as sharing copies use them, so the memory is freed when both are gone. Counts without a lock:
+/// sharing copies are not made or destroyed at the same time.
 struct alignas(std::max_align_t) SharedBlock {
-    unsigned long long useCount = 1;
+    unsigned long long useCount; ///< bodies that use the elements
+    std::uint32_t bodyBytes;
+    bool holdsBody; ///< the room for a body is in use
 
-    void* storage() { return this + 1; }
+    void* body() { return this + 1; }
+    void* storage() { return static_cast<unsigned char*>(body()) + bodyBytes; }
 
-    /// A block with unset storage behind it. A size beyond the range fails in the allocator.
-    static SharedBlock* create(std::size_t storageBytes)
+    /// The block that a body stands in.
+    static SharedBlock* ofBody(void* body) { return static_cast<SharedBlock*>(body) - 1; }
+
+    /// A block with nothing in it. A size beyond the range fails in the allocator.
+    static SharedBlock* create(std::size_t bodyBytes, std::size_t storageBytes)
     {
+        constexpr std::size_t unit = alignof(SharedBlock);
         std::size_t const most = std::numeric_limits<std::size_t>::max();
-        std::size_t const bytes =
-            storageBytes > most - sizeof(SharedBlock) ? most : storageBytes + sizeof(SharedBlock);
-        return new (::operator new(bytes)) SharedBlock;
+        std::size_t const body = (bodyBytes + unit - 1) / unit * unit;
+        std::size_t const head = sizeof(SharedBlock) + body;
+        std::size_t const bytes = storageBytes > most - head ? most : storageBytes + head;
+        return new (::operator new(bytes)) SharedBlock{0, static_cast<std::uint32_t>(body), false};
     }
 
     void release()
     {
-        if (--useCount == 0) ::operator delete(this);
+        --useCount;
+        freeIfUnused();
+    }
+    void leaveBody()
+    {
+        holdsBody = false;
+        freeIfUnused();
+    }
+
+private:
+    void freeIfUnused()
+    {
+        if (useCount == 0 && !holdsBody) ::operator delete(this);
     }
 };
 

@@ -349,8 +349,6 @@ private:
     template <class Part>
     Number partArray(Part part) const;
 
-    void setFullPrecisionTypeForNonAssignmentOpPlus(Number const& other) const;
-    void setFullPrecisionTypeForNonAssignmentOpTimes(Number const& other) const;
     fxpDataTypeProp const& getDataTypeForNonAssignmentOpPlus(Number const& other) const;
     fxpDataTypeProp const& getDataTypeForNonAssignmentOpTimes(Number const& other) const;
     template <class Compute>
@@ -379,15 +377,9 @@ private:
     NumberBody& body() const; ///< throws std::logic_error if there is none
 
     std::unique_ptr<NumberBody> body_;
-    // Shared with sharing copies: a record once made is never changed.
-    mutable std::shared_ptr<fxpDataTypeProp const> binaryOpOutputType_;
-    mutable std::shared_ptr<fxpDataTypeProp const> nonAssignmentPlusType_;
-    mutable std::shared_ptr<fxpDataTypeProp const> nonAssignmentTimesType_;
-    mutable std::shared_ptr<fxpDataTypeProp const> plusOperandType_;
-    mutable std::shared_ptr<fxpDataTypeProp const> timesOperandType_;
-    mutable bool binaryOpOutputUserSpecified_ = false;
-    mutable bool nonAssignmentPlusUserSpecified_ = false;
-    mutable bool nonAssignmentTimesUserSpecified_ = false;
+    struct OutputTypes;
+    OutputTypes& outputTypes() const;
+    mutable std::unique_ptr<OutputTypes> outputTypes_; ///< null until a type is set or cached
 };
 
 } // namespace ORVEX

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <string>
 
 namespace ORVEX::number_body
@@ -41,7 +42,7 @@ public:
     // The virtual operations stand in the order of their slots. Those that are not pure do nothing here and
     // give 0, 0.0 or false unless told otherwise.
 
-    virtual ~NumberBody(); ///< frees the storage unless it is external or a sharing copy still uses it
+    virtual ~NumberBody(); ///< gives up the storage, which goes with the last body that uses it
 
     virtual double getRWDoubleValue() const = 0; ///< real-world value of the real part
     virtual double getImagRWDoubleValue() const; ///< real-world value of the imaginary part
@@ -154,6 +155,15 @@ public:
         void* external = nullptr; ///< that storage
     };
 
+    /// Bytes for the elements that the body starts with. They stand behind the body in one block of memory.
+    struct ElementBytes {
+        std::size_t bytes;
+    };
+    static void* operator new(std::size_t bodyBytes, ElementBytes);
+    static void operator delete(void* body, ElementBytes) noexcept; ///< after a constructor that threw
+    /// Frees the block unless a sharing copy still uses the elements in it; the last of these frees it then.
+    static void operator delete(NumberBody* body, std::destroying_delete_t);
+
 protected:
     /// Shape {1, count}.
     NumberBody(Spec const& spec, std::size_t bytesPerElement, ORVEX::array_engine::Container container);
@@ -168,6 +178,8 @@ protected:
 private:
     friend class NumberBodyFactory;
 
+    void replaceBlock(ORVEX::number_body::SharedBlock* fresh);
+
     unsigned long long numberOfElements_;
     fxpDataTypeProp dataType_;
     fxpModeRounding_tag roundMode_;
@@ -180,7 +192,7 @@ private:
     unsigned long long nDims_ = 2;
     unsigned long long smallDims_[2];
     std::unique_ptr<unsigned long long[]> largeDims_; ///< for more than two sizes
-    ORVEX::number_body::SharedBlock* shared_;         ///< use count and, unless external, the storage
+    ORVEX::number_body::SharedBlock* shared_;         ///< use count and, unless external, the elements
     void* data_;
 };
 
