@@ -69,4 +69,13 @@ private:
     std::optional<NetScalingCast> last_;
 };
 
+/// Casts a single stored integer, which needs no plan where the scaling is the same.
+template <class Target, class Count>
+void castOnce(OrvexClientInterface& client, Target target, fxpDataTypeProp const& y, Chunk const* source,
+              fxpDataTypeProp const& u, fxpModeRounding_tag round, int sat, Count count)
+{
+    if (sameScaling(y, u) && !(y == u)) return convertInto(client, target, y, source, u, round, sat, count);
+    StoredCast(client, y, u, round, sat).run(client, target, source, count);
+}
+
 } // namespace ORVEX::array_engine

@@ -25,6 +25,19 @@ struct Scratch<int> : ChunkBuffer {
     using ChunkBuffer::ChunkBuffer;
 };
 
+/// True of most values that `to` holds: then the chunks, moved up to its exponent, are the result. Only of
+/// chunks that comparison would take as they stand; the exponent of `to` is not above that of the value.
+template <class Count>
+bool fitsAsItStands(Chunk const* value, fxpDataTypeProp const& type, fxpDataTypeProp const& to, Count count)
+{
+    long long const up = static_cast<long long>(type.fixedExponent) - to.fixedExponent;
+    long long const room = to.getWordLengthNonSign() - up;
+    if (room < 0 || to.wordLength < 1 || std::max(type.wordLength + up, 0LL + to.wordLength) > 2 * chunkBits)
+        return false;
+    Chunk const fill = signFillChunk(value, type, count);
+    return (to.isSigned() || fill == 0) && chunksAreFillFrom(value, room, fill, count);
+}
+
 /// Brings the stored integer `src` of type `from` into `target` of type `to`, whose slope factor and bias are
 /// taken to be the same. The source is copied first and may lie where the target lies.
 ///
@@ -48,6 +61,14 @@ void convertInto(OrvexClientInterface& client, Target target, fxpDataTypeProp co
     }
 
     bool const negative = chunksAreNegative(value, type, srcCount);
+    Chunk* const dst = target.data();
+    int const common = std::min<int>(srcCount, count);
+    if (fitsAsItStands(value, type, to, srcCount)) {
+        std::copy_n(value, common, dst);
+        std::fill(dst + common, dst + static_cast<int>(count), negative ? allOnes : 0);
+        if (shift < 0) shiftLeftChunks(dst, to, static_cast<unsigned long long>(-shift), count);
+        return target.commit();
+    }
     if (sat) {
         // Rounding has come first: a value that rounds into the extreme is that extreme.
         int const order = negative ? compareChunksToTypeMin(value, type, to, srcCount)
@@ -60,8 +81,6 @@ void convertInto(OrvexClientInterface& client, Target target, fxpDataTypeProp co
         }
     }
 
-    Chunk* const dst = target.data();
-    int const common = std::min<int>(srcCount, count);
     std::copy_n(value, common, dst);
     if (type == to) { // nothing can have overflowed, and the chunks stay as they are
         target.commit();

@@ -32,6 +32,32 @@ inline SplitDouble splitDouble(double x)
     return {x < 0 ? -magnitude : magnitude, field - exponentOfUnit - below};
 }
 
+/// Stores x as below if that raises no event and an integer of 53 bits holds the result; otherwise false,
+/// with nothing done. The usual case, by a conversion to an integer and what it leaves over, which are both
+/// exact.
+template <class Target>
+bool storeRadixDoubleQuietly(Target target, fxpDataTypeProp const& type, double x, fxpModeRounding_tag round)
+{
+    if (type.fixedExponent < -1023 || type.fixedExponent > 1022) return false;
+    double const y = x * std::bit_cast<double>(static_cast<Chunk>(1023 - type.fixedExponent) << 52);
+    // Below 1 a positive value underflows; a tiny negative one may have lost bits.
+    if (!(y >= 1.0 || y < -0x1p-1000) || !(std::fabs(y) < 0x1p53)) return false;
+    auto const truncated = static_cast<SignedChunk>(y);
+    double const rest = std::fabs(y - static_cast<double>(truncated));
+    bool const down = y < static_cast<double>(truncated); // the floor is one less, with 1 - rest above it
+    bool const negative = y < 0;
+    SignedChunk value = truncated - down;
+    bool const half = (down & (rest <= 0.5)) | (!down & (rest >= 0.5));
+    value += bumps(round, {negative, half, rest != 0.5 && rest != 0.0, (value & 1) != 0});
+    int const bits = type.getWordLengthNonSign();
+    SignedChunk const fill = value >> (chunkBits - 1);
+    if (bits < 1 || (negative && !type.isSigned())) return false;
+    if (bits < 54 && (value ^ fill) >> bits != 0) return false;
+    for (int i = 0; i < target.count(); ++i) target.data()[i] = static_cast<Chunk>(i == 0 ? value : fill);
+    target.commit();
+    return true;
+}
+
 /// Stores x as value = stored integer * 2^fixedExponent: exact, with one rounding. Zero and NaN store 0
 /// silently. An infinity saturates, or stores 0 and calls handleOverflowWrap. Cheapest acts as Zero.
 template <class Target>
@@ -47,10 +73,11 @@ void storeRadixDouble(OrvexClientInterface& client, Target target, fxpDataTypePr
             storeZero(target);
         return tell(client, sat ? end : Event::wrap);
     }
+    if (round == fxpModeRoundingCheapest) round = fxpModeRoundingZero;
+    if (storeRadixDoubleQuietly(target, type, x, round)) return;
     SplitDouble const split = splitDouble(x);
     Chunk const mantissa = static_cast<Chunk>(split.mantissa);
     fxpDataTypeProp const source(true, 54, type.slopeAdjustmentFactor, split.exponent, type.bias);
-    if (round == fxpModeRoundingCheapest) round = fxpModeRoundingZero;
     convertInto(client, target, type, &mantissa, source, round, sat, One{});
 }
 
@@ -61,8 +88,9 @@ void storeRealWorldDouble(OrvexClientInterface& client, Target target, fxpDataTy
                           fxpModeRounding_tag round, int sat)
 {
     if (x == type.bias || std::isnan(x)) return storeZero(target);
-    if (!std::isinf(x)) x = (x - type.bias) / type.slopeAdjustmentFactor;
-    storeRadixDouble(client, target, radixCopy(type), x, round, sat);
+    if (!std::isinf(x) && !(type.bias == 0.0 && type.slopeAdjustmentFactor == 1.0))
+        x = (x - type.bias) / type.slopeAdjustmentFactor;
+    storeRadixDouble(client, target, type, x, round, sat);
 }
 
 /// The two stores into a chunk array that holds the chunks of `type`.

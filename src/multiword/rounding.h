@@ -16,14 +16,15 @@ struct Tail {
 };
 
 /// Whether the floor is to be raised by one unit in the last place. A mode outside the list rounds as Floor.
+/// The facts are as good as random, so nothing branches on them.
 constexpr bool bumps(fxpModeRounding_tag mode, Tail tail)
 {
     switch (mode) {
-    case fxpModeRoundingZero: return tail.negative && (tail.half || tail.below);
+    case fxpModeRoundingZero: return tail.negative & (tail.half | tail.below);
     case fxpModeRoundingNearest: return tail.half;
-    case fxpModeRoundingCeiling: return tail.half || tail.below;
-    case fxpModeRoundingHalfAway: return tail.half && (tail.below || !tail.negative);
-    case fxpModeRoundingConvergent: return tail.half && (tail.below || tail.odd);
+    case fxpModeRoundingCeiling: return tail.half | tail.below;
+    case fxpModeRoundingHalfAway: return tail.half & (tail.below | !tail.negative);
+    case fxpModeRoundingConvergent: return tail.half & (tail.below | tail.odd);
     case fxpModeRoundingFloor:
     case fxpModeRoundingCheapest: break;
     }

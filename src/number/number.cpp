@@ -83,12 +83,9 @@ Number::Number(std::unique_ptr<NumberBody> body) : body_(std::move(body)) {}
 
 Number::~Number() = default;
 
-NumberBody& Number::body() const
+void Number::throwNoBody()
 {
-    if (!body_)
-        throw std::logic_error("Number: no representation holds a boolean or an "
-                               "unknown data type mode");
-    return *body_;
+    throw std::logic_error("Number: no representation holds a boolean or an unknown data type mode");
 }
 
 std::unique_ptr<NumberBody>

@@ -32,8 +32,8 @@ void FixedBody<Storage, Parts>::addPart(Word* place, NumberBody const& other, Pa
     // The other is first rounded and clipped into this type, and its own events come before those of the sum.
     PartScratch converted(count());
     withChunks(addend, [&](Chunk const* chunks, auto n) {
-        array_engine::StoredCast const cast(client(), dataType(), *addend.type, roundMode(), overflowMode());
-        cast.run(client(), multiword::ChunkTarget<Count>(converted.data(), count()), chunks, n);
+        array_engine::castOnce(client(), multiword::ChunkTarget<Count>(converted.data(), count()), dataType(),
+                               chunks, *addend.type, roundMode(), overflowMode(), n);
     });
     multiword::addInto<sum>(client(), to, dataType(), to.load(), converted.data(), overflowMode());
 }

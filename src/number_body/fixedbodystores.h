@@ -181,7 +181,8 @@ void FixedBody<Storage, Parts>::setValue(double const* values)
         storeRealWorld(static_cast<Word*>(data()) + i * static_cast<std::size_t>(count()), values[i]);
     };
     auto const store = [&](std::size_t begin, std::size_t end) {
-        if (array_engine::storeReals(*this, values, begin, end, storeOne)) return;
+        bool const inBlocks = end - begin >= array_engine::fewestParts;
+        if (inBlocks && array_engine::storeReals(*this, values, begin, end, storeOne)) return;
         for (std::size_t i = begin; i < end; ++i) storeOne(i);
     };
     unsigned long long const parts = numberOfElements() * Parts;
@@ -220,8 +221,8 @@ void FixedBody<Storage, Parts>::assignPart(Word* place, NumberBody const& other,
             *place = !multiword::chunksAreZero(chunks, n);
             return;
         }
-        array_engine::StoredCast const cast(client(), dataType(), *source.type, roundMode(), overflowMode());
-        cast.run(client(), target(place), chunks, n);
+        array_engine::castOnce(client(), target(place), dataType(), chunks, *source.type, roundMode(),
+                               overflowMode(), n);
     });
 }
 

@@ -2,7 +2,9 @@
 /// What the other operand of an operation is: decided once, here.
 #pragma once
 
+#include "array_engine/container.h"
 #include "multiword/chunkgeometry.h"
+#include "multiword/target.h"
 
 #include <orvex/number_body/numberbody.h>
 
@@ -40,38 +42,39 @@ decltype(auto) withChunks(Operand const& operand, F&& f)
     return operand.wide ? f(operand.wide, operand.count) : f(&operand.word, multiword::One{});
 }
 
-/// The part at the cursor of `body`. A part that the body does not have is 0.
-inline Operand operandAtCursor(NumberBody const& body, Part part)
-{
-    fxpDataTypeProp const& type = body.dataType();
-    bool const real = part == Part::real;
-    if (body.isMultiChunk() && (real || body.isComplex())) {
-        int const count = body.getNumChunks();
-        auto const* storage = static_cast<Chunk const*>(body.getSIArray()) + body.getChunkOffsetOfCursor();
-        return {&type, 0, storage + (real ? 0 : count), count};
-    }
-    Chunk const word =
-        type.isSigned()
-            ? static_cast<Chunk>(real ? body.getSIArrayValueSigned() : body.getImagSIArrayValueSigned())
-            : (real ? body.getSIArrayValueUnsigned() : body.getImagSIArrayValueUnsigned());
-    return {&type, word, nullptr, 1};
-}
-
-/// The part of an element by index; the cursor is not read, so that threads may share the body.
+/// A part of an element by index, of a fixed-point body. A part that the body does not have is 0. The cursor
+/// is not read, so that threads may share the body.
 inline Operand operandAt(NumberBody const& body, unsigned long long element, Part part)
 {
     fxpDataTypeProp const& type = body.dataType();
-    bool const real = part == Part::real;
-    if (body.isMultiChunk()) {
-        auto const count = static_cast<unsigned long long>(body.getNumChunks());
-        unsigned long long const at = body.isComplex() ? 2 * element + (real ? 0 : 1) : element;
-        return {&type, 0, static_cast<Chunk const*>(body.getSIArray()) + at * count, static_cast<int>(count)};
+    auto const* const at =
+        static_cast<unsigned char const*>(body.storage()) + element * body.bytesPerElement();
+    if (body.container() == array_engine::Container::chunks) {
+        auto const* const chunks = reinterpret_cast<Chunk const*>(at);
+        int const count = body.getNumChunks();
+        if (part == Part::real) return {&type, 0, chunks, count};
+        if (body.isComplex()) return {&type, 0, chunks + count, count};
+        return {&type, 0, nullptr, 1};
     }
-    Chunk const word = type.isSigned() ? static_cast<Chunk>(real ? body.getSIArrayValueSignedAt(element)
-                                                                 : body.getImagSIArrayValueSignedAt(element))
-                                       : (real ? body.getSIArrayValueUnsignedAt(element)
-                                               : body.getImagSIArrayValueUnsignedAt(element));
-    return {&type, word, nullptr, 1};
+    return array_engine::withWordOf(body.container(), [&](auto word) -> Operand {
+        using T = decltype(word);
+        auto const* const parts = reinterpret_cast<T const*>(at);
+        if (part == Part::real) return {&type, multiword::extendWord(parts[0]), nullptr, 1};
+        bool const isComplex = body.bytesPerElement() > sizeof(T);
+        return {&type, isComplex ? multiword::extendWord(parts[1]) : 0, nullptr, 1};
+    });
+}
+
+/// The part at the cursor of any body; of a double its integer.
+inline Operand operandAtCursor(NumberBody const& body, Part part)
+{
+    using array_engine::Container;
+    if (body.container() != Container::single && body.container() != Container::doubles)
+        return operandAt(body, body.index(), part);
+    auto const value = part == Part::real ? body.getSIArrayValueSigned() : body.getImagSIArrayValueSigned();
+    auto const bits =
+        part == Part::real ? body.getSIArrayValueUnsigned() : body.getImagSIArrayValueUnsigned();
+    return {&body.dataType(), body.dataType().isSigned() ? static_cast<Chunk>(value) : bits, nullptr, 1};
 }
 
 /// Says that a fixed-point operation has no rule for its other operand. Goes to std::cout, whose buffer

@@ -374,7 +374,12 @@ private:
     void rotate(int count, bool left);
     void rotateArray(unsigned count, bool left);
 
-    NumberBody& body() const; ///< throws std::logic_error if there is none
+    NumberBody& body() const
+    {
+        if (!body_) throwNoBody();
+        return *body_;
+    }
+    [[noreturn]] static void throwNoBody();
 
     std::unique_ptr<NumberBody> body_;
     struct OutputTypes;

@@ -139,6 +139,7 @@ public:
     void setDims(unsigned long long const* dims); ///< copies nDims sizes
     unsigned long long useCount() const;          ///< bodies that share this storage
 
+    void const* storage() const { return data_; } ///< what getSIArray answers
     std::size_t bytesPerElement() const { return bytesPerElement_; }
     ORVEX::array_engine::Container container() const { return container_; } ///< what one part is stored in
     void clear();                              ///< zeroes the storage, byte by byte
