@@ -75,6 +75,7 @@ void addInto(OrvexClientInterface& client, Target target, fxpDataTypeProp const&
 inline Chunk addProductOfRow(Chunk* dst, Chunk const* a, Chunk factor, int n)
 {
     Chunk carry = 0;
+#pragma GCC unroll 4
     for (int i = 0; i < n; ++i) {
         DoubleChunk const product =
             static_cast<DoubleChunk>(a[i]) * factor + dst[i] + carry; // never overflows
@@ -84,29 +85,31 @@ inline Chunk addProductOfRow(Chunk* dst, Chunk const* a, Chunk factor, int n)
     return carry;
 }
 
-/// The exact product, modulo 2^(64 n): n is the chunk count of the summed word lengths. dst is neither a nor
-/// b. Schoolbook on magnitudes; the sign extension comes from negating the whole array. Allocates only for a
-/// negative operand of more than 128 bits.
-void multiplyMagnitudes(Chunk* dst, int n, Chunk const* a, fxpDataTypeProp const& aType, int aCount,
-                        Chunk const* b, fxpDataTypeProp const& bType, int bCount);
+/// The product of two chunk arrays that are read as unsigned, modulo 2^(64 n). dst is neither a nor b.
+void multiplyUnsigned(Chunk* dst, int n, Chunk const* a, int aCount, Chunk const* b, int bCount);
 
+/// dst -= b * 2^(64 at) over n chunks.
+inline void subtractChunksAt(Chunk* dst, int n, int at, Chunk const* b, int bCount)
+{
+    Chunk borrow = 0;
+    for (int i = 0; i < bCount && at + i < n; ++i) dst[at + i] = subtractStep(dst[at + i], b[i], borrow);
+}
+
+/// The exact product, modulo 2^(64 n): n is the chunk count of the summed word lengths. dst is neither a nor
+/// b. A negative value read as unsigned is 2^(64 count) too large, which is taken off the product.
 template <class CountA, class CountB>
 void multiplyChunksFull(Chunk* dst, int n, Chunk const* a, fxpDataTypeProp const& aType, CountA aCount,
                         Chunk const* b, fxpDataTypeProp const& bType, CountB bCount)
 {
     if (aCount == 1 && bCount == 1) {
-        // Modulo 2^(64 n) the product of the sign-extended words is the sign-extended product.
-        if (n == 1) {
-            dst[0] = a[0] * b[0];
-            return;
-        }
         auto const product = static_cast<DoubleChunk>(a[0]) * b[0];
         dst[0] = static_cast<Chunk>(product);
-        dst[1] = static_cast<Chunk>(product >> chunkBits) - (signFillChunk(a, aType, aCount) & b[0]) -
-                 (signFillChunk(b, bType, bCount) & a[0]);
-        return;
+        if (n > 1) dst[1] = static_cast<Chunk>(product >> chunkBits);
+    } else {
+        multiplyUnsigned(dst, n, a, aCount, b, bCount);
     }
-    multiplyMagnitudes(dst, n, a, aType, aCount, b, bType, bCount);
+    if (chunksAreNegative(a, aType, aCount)) subtractChunksAt(dst, n, aCount, b, bCount);
+    if (chunksAreNegative(b, bType, bCount)) subtractChunksAt(dst, n, bCount, a, aCount);
 }
 
 /// The type of an exact product: signed if either is, word lengths and exponents summed, no slope, no bias.
@@ -125,15 +128,14 @@ void multiplyInto(OrvexClientInterface& client, Target target, fxpDataTypeProp c
                   CountB bCount, fxpModeRounding_tag round, int sat)
 {
     fxpDataTypeProp const type = productType(aType, bType);
+    if (type == to && target.data() != a && target.data() != b) {
+        multiplyChunksFull(target.data(), target.count(), a, aType, aCount, b, bType, bCount);
+        return target.commit();
+    }
     withCount(numChunksOfType(type), [&](auto n) {
         Scratch product(n);
         multiplyChunksFull(product.data(), n, a, aType, aCount, b, bType, bCount);
-        if (type == to) {
-            std::copy_n(product.data(), std::min<int>(n, target.count()), target.data());
-            target.commit();
-        } else {
-            convertInto(client, target, to, product.data(), type, round, sat, n);
-        }
+        convertInto(client, target, to, product.data(), type, round, sat, n);
     });
 }
 

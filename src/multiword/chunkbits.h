@@ -39,11 +39,10 @@ void bitNotChunks(Chunk* chunks, fxpDataTypeProp const& type, Count count)
 template <class Count>
 void negateChunks(Chunk* chunks, Count count)
 {
-    Chunk carry = 1;
-    for (int i = 0; i < count; ++i) {
-        chunks[i] = ~chunks[i] + carry;
-        carry &= chunks[i] == 0;
-    }
+    int i = 0;
+    while (i < count - 1 && chunks[i] == 0) ++i;
+    chunks[i] = 0 - chunks[i]; // the carry ends at the lowest chunk that is not 0
+    for (++i; i < count; ++i) chunks[i] = ~chunks[i];
 }
 
 /// Copies the magnitude of src, to be read as unsigned: the minimum of W bits gives 2^(W-1). dst may be src.

@@ -10,16 +10,18 @@
 namespace ORVEX::multiword
 {
 
-/// Holds a number of chunks: two in place, more on the heap. Unset unless a fill value is given.
-class ChunkBuffer
+/// Holds a number of chunks: a few in place, more on the heap. Unset unless a fill value is given.
+template <std::size_t inlineChunks>
+class BasicChunkBuffer
 {
 public:
-    ChunkBuffer() : data_(inline_) {}
-    explicit ChunkBuffer(int count) : data_(count <= inlineChunks ? inline_ : new Chunk[std::size_t(count)])
+    BasicChunkBuffer() : data_(inline_) {}
+    explicit BasicChunkBuffer(int count)
+        : data_(std::size_t(count) <= inlineChunks ? inline_ : new Chunk[std::size_t(count)])
     {
     }
-    ChunkBuffer(int count, Chunk fill) : ChunkBuffer(count) { std::fill_n(data_, count, fill); }
-    ~ChunkBuffer()
+    BasicChunkBuffer(int count, Chunk fill) : BasicChunkBuffer(count) { std::fill_n(data_, count, fill); }
+    ~BasicChunkBuffer()
     {
         if (data_ != inline_) delete[] data_;
     }
@@ -27,13 +29,13 @@ public:
     /// Drops the contents and holds `count` unset chunks.
     void reset(int count)
     {
-        Chunk* const fresh = count <= inlineChunks ? inline_ : new Chunk[std::size_t(count)];
+        Chunk* const fresh = std::size_t(count) <= inlineChunks ? inline_ : new Chunk[std::size_t(count)];
         if (data_ != inline_) delete[] data_;
         data_ = fresh;
     }
 
-    ChunkBuffer(ChunkBuffer const&) = delete;
-    ChunkBuffer& operator=(ChunkBuffer const&) = delete;
+    BasicChunkBuffer(BasicChunkBuffer const&) = delete;
+    BasicChunkBuffer& operator=(BasicChunkBuffer const&) = delete;
 
     Chunk* data() { return data_; }
     Chunk const* data() const { return data_; }
@@ -41,9 +43,12 @@ public:
     Chunk operator[](int i) const { return data_[i]; }
 
 private:
-    static constexpr int inlineChunks = 2;
     Chunk inline_[inlineChunks];
     Chunk* data_;
 };
+
+using ChunkBuffer = BasicChunkBuffer<2>; ///< for what is kept
+using WideScratch =
+    BasicChunkBuffer<36>; ///< for the time of a call: products of 1024 bits, and a little more
 
 } // namespace ORVEX::multiword

@@ -21,8 +21,8 @@ struct Scratch {
 };
 
 template <>
-struct Scratch<int> : ChunkBuffer {
-    using ChunkBuffer::ChunkBuffer;
+struct Scratch<int> : WideScratch {
+    using WideScratch::WideScratch;
 };
 
 /// True of most values that `to` holds: then the chunks, moved up to its exponent, are the result. Only of
@@ -43,7 +43,7 @@ bool fitsAsItStands(Chunk const* value, fxpDataTypeProp const& type, fxpDataType
 ///
 /// May call handleUnderflow before the store; then, after the store, one of handleOverflowWrap (wrapping),
 /// handleSaturationToMin or handleSaturationToMax (saturating). A value exactly at a limit is silent.
-/// Allocates only for a source of more than 128 bits.
+/// Allocates only for a source beyond WideScratch.
 template <class Target, class SourceCount>
 void convertInto(OrvexClientInterface& client, Target target, fxpDataTypeProp const& to, Chunk const* src,
                  fxpDataTypeProp const& from, fxpModeRounding_tag round, int sat, SourceCount srcCount)

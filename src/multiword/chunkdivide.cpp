@@ -27,11 +27,11 @@ public:
             static_cast<DoubleChunk>(inverse_) * high + ((static_cast<DoubleChunk>(high) << chunkBits) | low);
         Chunk quotient = static_cast<Chunk>(estimate >> chunkBits) + 1;
         Chunk remainder = low - quotient * divisor_;
-        if (remainder > static_cast<Chunk>(estimate)) {
-            --quotient;
-            remainder += divisor_;
-        }
-        if (remainder >= divisor_) {
+        Chunk const tooLarge =
+            0 - static_cast<Chunk>(remainder > static_cast<Chunk>(estimate)); // as often as not
+        quotient += tooLarge;
+        remainder += tooLarge & divisor_;
+        if (remainder >= divisor_) [[unlikely]] {
             ++quotient;
             remainder -= divisor_;
         }
@@ -49,6 +49,7 @@ private:
 bool subtractMultiple(Chunk* remainder, Chunk const* divisor, Chunk factor, int n)
 {
     Chunk carry = 0;
+#pragma GCC unroll 4
     for (int i = 0; i < n; ++i) {
         DoubleChunk const product = static_cast<DoubleChunk>(divisor[i]) * factor + carry;
         Chunk const low = static_cast<Chunk>(product);
@@ -79,7 +80,7 @@ public:
         : dividend_(dividend), dividendCount_(dividendCount),
           quotientBits_(bitLength(dividend, dividendCount) - bitLength(divisor, divisorCount) + scale + 1),
           divisor_(divisor), n_(static_cast<int>((bitLength(divisor, divisorCount) - 1) / chunkBits) + 1),
-          remainder_(n_ + 1, 0)
+          window_(n_ + 1 + slack), remainder_(window_.data() + slack)
     {
         // With the divisor's top bit set an estimated digit is at most two too large.
         int const up = std::countl_zero(divisor[n_ - 1]);
@@ -98,17 +99,17 @@ public:
     {
         long long const digits = std::max<long long>(1, (quotientBits_ + chunkBits - 1) / chunkBits);
         for (int i = 0; i < n_; ++i) remainder_[i] = dividendAt((digits + i) * chunkBits);
+        remainder_[n_] = 0;
         Reciprocal const reciprocal(divisor_[n_ - 1]);
         for (long long d = digits - 1; d >= 0; --d) {
-            for (int i = n_; i > 0; --i) remainder_[i] = remainder_[i - 1];
-            remainder_[0] = dividendAt(d * chunkBits);
+            takeChunk(dividendAt(d * chunkBits));
             digit(n_ == 1 ? reciprocal.divide(remainder_[1], remainder_[0]) : nextDigit(reciprocal), d);
             if (n_ == 1) std::swap(remainder_[0], remainder_[1]);
         }
     }
 
     /// After run: what is left over, as a fraction of the divisor.
-    bool exact() const { return chunksAreZero(remainder_.data(), n_) && !dividendBelow(-scale_); }
+    bool exact() const { return chunksAreZero(remainder_, n_) && !dividendBelow(-scale_); }
 
     /// Three-way comparison of what is left over with half the divisor.
     int compareRemainderToHalf()
@@ -141,6 +142,18 @@ private:
         return any != 0;
     }
 
+    /// Moves the remainder up by a chunk and puts another below. It stays where it is, in a window that is
+    /// moved now and then.
+    void takeChunk(Chunk low)
+    {
+        if (remainder_ == window_.data()) {
+            std::copy_backward(remainder_, remainder_ + n_, remainder_ + slack + n_);
+            remainder_ += slack;
+        }
+        --remainder_;
+        remainder_[0] = low;
+    }
+
     Chunk nextDigit(Reciprocal const& reciprocal)
     {
         Chunk const top = divisor_[n_ - 1];
@@ -150,11 +163,11 @@ private:
             digit = reciprocal.divide(high, remainder_[n_ - 1]);
             // `high` is the rest of that division; the second chunk tells most digits that are one too large.
             DoubleChunk const second = static_cast<DoubleChunk>(digit) * divisor_[n_ - 2];
-            if (second > ((static_cast<DoubleChunk>(high) << chunkBits) | remainder_[n_ - 2])) --digit;
+            digit -= second > ((static_cast<DoubleChunk>(high) << chunkBits) | remainder_[n_ - 2]);
         }
-        if (subtractMultiple(remainder_.data(), divisor_, digit, n_)) do {
+        if (subtractMultiple(remainder_, divisor_, digit, n_)) do {
                 --digit;
-                addDivisor(remainder_.data(), divisor_, n_);
+                addDivisor(remainder_, divisor_, n_);
             } while (remainder_[n_] != 0);
         return digit;
     }
@@ -164,7 +177,9 @@ private:
     long long quotientBits_;
     Chunk* divisor_;
     int n_; ///< the divisor's chunks without zero ones above
-    ChunkBuffer remainder_;
+    static constexpr int slack = 16;
+    WideScratch window_;
+    Chunk* remainder_; ///< n + 1 chunks in the window
     long long scale_;
 };
 
@@ -211,8 +226,8 @@ void divideChunks(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp cons
         client.handleOverflowWrap();
     }
 
-    ChunkBuffer dividend(aCount);
-    ChunkBuffer divisor(bCount);
+    WideScratch dividend(aCount);
+    WideScratch divisor(bCount);
     copyMagnitude(dividend.data(), a, aType, aCount);
     copyMagnitude(divisor.data(), b, bType, bCount);
     long long const scale =
@@ -237,6 +252,11 @@ void divideChunks(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp cons
     bool aboveSign = false;
     division.run([&](Chunk digit, long long index) {
         long long const from = index * chunkBits;
+        if (from + chunkBits <= magnitudeBits) { // and there are no bits above
+            onlySignBit &= digit == 0;
+            dst[index] = digit;
+            return;
+        }
         bitsAbove += std::popcount(digit & highMask(magnitudeBits - from));
         aboveSign |= (digit & highMask(to.wordLength - from)) != 0;
         Chunk const word = digit & lowMask(to.wordLength - 1 - from);

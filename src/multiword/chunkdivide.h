@@ -21,7 +21,7 @@ namespace ORVEX::multiword
 /// once for each one bit of the truncated magnitude above the largest magnitude's highest bit, and once if
 /// the rounding step leaves the range; a quotient that is exactly the minimum is silent. The stored bits are
 /// those of the truncated magnitude below W, negated over whole chunks without restoring the top-chunk rule,
-/// then stepped. Allocates only for operands of more than 128 bits.
+/// then stepped. Allocates only for operands beyond WideScratch.
 void divideChunks(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp const& to, Chunk const* a,
                   fxpDataTypeProp const& aType, int aCount, Chunk const* b, fxpDataTypeProp const& bType,
                   int bCount, fxpModeRounding_tag round, int sat);

@@ -41,7 +41,7 @@ bool storeRadixDoubleQuietly(Target target, fxpDataTypeProp const& type, double 
     if (type.fixedExponent < -1023 || type.fixedExponent > 1022) return false;
     double const y = x * std::bit_cast<double>(static_cast<Chunk>(1023 - type.fixedExponent) << 52);
     // Below 1 a positive value underflows; a tiny negative one may have lost bits.
-    if (!(y >= 1.0 || y < -0x1p-1000) || !(std::fabs(y) < 0x1p53)) return false;
+    if (!static_cast<bool>((y >= 1.0) | (y < -0x1p-1000)) || !(std::fabs(y) < 0x1p53)) return false;
     auto const truncated = static_cast<SignedChunk>(y);
     double const rest = std::fabs(y - static_cast<double>(truncated));
     bool const down = y < static_cast<double>(truncated); // the floor is one less, with 1 - rest above it
@@ -51,7 +51,7 @@ bool storeRadixDoubleQuietly(Target target, fxpDataTypeProp const& type, double 
     value += bumps(round, {negative, half, rest != 0.5 && rest != 0.0, (value & 1) != 0});
     int const bits = type.getWordLengthNonSign();
     SignedChunk const fill = value >> (chunkBits - 1);
-    if (bits < 1 || (negative && !type.isSigned())) return false;
+    if (bits < 1 || (!type.isSigned() && negative)) return false;
     if (bits < 54 && (value ^ fill) >> bits != 0) return false;
     for (int i = 0; i < target.count(); ++i) target.data()[i] = static_cast<Chunk>(i == 0 ? value : fill);
     target.commit();

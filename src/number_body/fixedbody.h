@@ -128,13 +128,9 @@ public:
     void arrayAssignParallel(NumberBody const* other, unsigned long long count) override;
 
 protected:
-    /// One part of this body's type outside the storage: where products and quotients wait for their events.
-    struct PartScratch : multiword::Scratch<Count> {
-        explicit PartScratch(Count count) : multiword::Scratch<Count>(count)
-        {
-            multiword::clearChunks(this->data(), count);
-        }
-    };
+    /// One part of this body's type outside the storage, unset: where products and quotients wait for their
+    /// events.
+    using PartScratch = multiword::Scratch<Count>;
 
     Count count() const
     {

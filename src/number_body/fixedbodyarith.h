@@ -97,6 +97,7 @@ void FixedBody<Storage, Parts>::timesEquals(NumberBody const* other)
             multiply(product, operandOf(here(Part::real)), operandAtCursor(*other, Part::real));
         } else {
             printNoRule();
+            multiword::clearChunks(product.data(), count());
         }
         storeScratch(here(Part::real), product);
     }
@@ -110,12 +111,16 @@ void FixedBody<Storage, Parts>::storeComputed(NumberBody const& a, NumberBody co
                                               Compute compute)
 {
     PartScratch re(count());
-    PartScratch im(count());
-    if (holdsStoredIntegers(a) && holdsStoredIntegers(b)) {
+    PartScratch im(complex ? count() : Count{});
+    bool const computes = holdsStoredIntegers(a) && holdsStoredIntegers(b);
+    if (computes) {
         Operand const factor = operandAtCursor(b, Part::real);
         compute(re, operandAtCursor(a, Part::real), factor);
         if (complex && hasImag) compute(im, operandAtCursor(a, Part::imag), factor);
+    } else {
+        multiword::clearChunks(re.data(), count());
     }
+    if (complex && !(computes && hasImag)) multiword::clearChunks(im.data(), count());
     storeScratch(here(Part::real), re);
     if constexpr (complex) storeScratch(here(Part::imag), im);
 }
