@@ -102,7 +102,10 @@ Chunk windowAtPosition(Chunk const* chunks, long long position, Count count)
     long long const index = position >> 6;
     int const r = static_cast<int>(position & (chunkBits - 1));
     auto const at = [&](long long i) { return i < 0 || i >= count ? Chunk{0} : chunks[i]; };
-    return r == 0 ? at(index) : (at(index) >> r) | (at(index + 1) << (chunkBits - r));
+    bool const inside = index >= 0 && index + 1 < count;
+    Chunk const low = inside ? chunks[index] : at(index);
+    Chunk const high = inside ? chunks[index + 1] : at(index + 1);
+    return (low >> r) | (high << 1 << (chunkBits - 1 - r));
 }
 
 } // namespace ORVEX::multiword
