@@ -185,6 +185,27 @@ TEST(Interface, Clients)
                   std::is_base_of_v<Client, FxpClientWithReporting> && std::is_abstract_v<Client>);
     static_assert(made<FxpClientNull> && made<FxpClientFullPrecision> &&
                   made<FxpClientWithReporting, fxpProdHardware const&>);
+    using ORVEX::EventCounter, ORVEX::EventCounts, ORVEX::EventKind, ORVEX::EventLog, ORVEX::ForwardingClient;
+    using Pass = ForwardingClient::Pass;
+    static_assert(std::is_base_of_v<Client, ForwardingClient> && std::is_abstract_v<ForwardingClient> &&
+                  std::is_base_of_v<ForwardingClient, EventCounter> &&
+                  std::is_base_of_v<ForwardingClient, EventLog>);
+    static_assert(made<EventCounter> && made<EventCounter, Client&> && made<EventCounter, Client&, Pass> &&
+                  made<EventLog> && made<EventLog, Client&, Pass, std::size_t>);
+    members<EventCounts() const>(&EventCounter::counts, &EventLog::counts);
+    members<Count(EventKind) const>(&EventCounter::count);
+    members<void()>(&EventCounter::reset, &EventLog::clear);
+    members<EventCounter&(EventCounts const&)>(&EventCounter::operator+=);
+    members<void(Count)>(&EventLog::setElement);
+    members<std::vector<EventLog::Entry>() const>(&EventLog::entries);
+    members<std::string() const>(&EventCounts::summary, &EventCounts::table, &EventCounter::summary,
+                                 &EventCounter::table, &EventLog::text);
+    functions<char const*(EventKind, bool)>({&ORVEX::eventName});
+    functions<EventLog(Client&, double const*, Count, Type const&, Round, Overflow, bool)>(
+        {&ORVEX::replayStore});
+    functions<EventLog(Number const&, Type const&, Round, Overflow)>({&ORVEX::replayCast});
+    functions<Number(Number const&, Client&)>({&ORVEX::withClient});
+    functions<void(Number const&, Number const&)>({&ORVEX::copyOutputTypes});
     // Without const unless it stands here: an operation of a client would not override another.
     members<char const*() const>(&Client::getClassName);
     members<bool()>(&Client::isNullClient);

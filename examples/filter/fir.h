@@ -4,7 +4,6 @@
 
 #include "filter/design.h"
 #include "filter/signal.h"
-#include "support/eventcounter.h"
 #include "support/progress.h"
 
 #include <boost/multiprecision/cpp_int.hpp>
@@ -128,7 +127,7 @@ inline FirRun runFir(std::vector<double> const& input, std::size_t channels, Fil
     Fir const fir(design, types, heard);
     ExactFir const exact(fir, signal);
     ORVEX::Cast const toOutput(types.data, heard, types.rounding, fxpModeOverflowSaturate);
-    auto const overflows = [&] { return heard.wraps + heard.saturationsToMin + heard.saturationsToMax; };
+    auto const overflows = [&] { return heard.counts().overflows(); };
 
     FirRun run;
     run.output.resize(input.size());
@@ -164,7 +163,7 @@ inline EventsBySlice predictOverflows(std::vector<double> const& input, std::siz
                 if (first + i >= k * channels) sums[i] += design.forward[k] * input[first + i - k * channels];
             stored.setValue(sums.data());
         }
-        overflows.push_back(heard.potentialOverflows);
+        overflows.push_back(heard.count(EventKind::potentialOverflow));
     }
     return overflows;
 }

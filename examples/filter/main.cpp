@@ -65,8 +65,8 @@ Row firRow(FirCase const& one, double snr, EventCounter const& heard, std::strin
         row.push_back(typeName(type));
     row += {overflowName(types.overflow), figure(snr, 2)};
     row += overflowFigures(heard);
-    row +=
-        {std::to_string(heard.underflows), inexact, figure(1e9 * seconds / static_cast<double>(samples), 0)};
+    row += {std::to_string(heard.count(EventKind::underflow)), inexact,
+            figure(1e9 * seconds / static_cast<double>(samples), 0)};
     return row;
 }
 
@@ -178,8 +178,8 @@ std::vector<double> sectionReport(Work& work)
         table.rows.push_back(
             {typeName(types.data), typeName(types.forward), typeName(types.feedback), figure(snr, 2)});
         table.rows.back() += overflowFigures(heard);
-        table.rows.back() +=
-            {std::to_string(heard.underflows), figure(1e9 * seconds / static_cast<double>(input.size()), 0)};
+        table.rows.back() += {std::to_string(heard.count(EventKind::underflow)),
+                              figure(1e9 * seconds / static_cast<double>(input.size()), 0)};
         work.write("section-" + std::to_string(bits) + "bit", std::move(got), bits);
     }
     work.report << "\nSecond-order section that amplifies the cutoff by " << resonance << ":\n\n" << table;

@@ -4,7 +4,6 @@
 
 #include "filter/design.h"
 #include "support/errorfigures.h"
-#include "support/eventcounter.h"
 #include "support/progress.h"
 #include "support/sound.h"
 #include "support/stagedoutput.h"
@@ -15,6 +14,8 @@
 namespace example
 {
 
+using ORVEX::EventCounter;
+using ORVEX::EventKind;
 using Row = std::vector<std::string>;
 
 struct Options {
@@ -72,8 +73,9 @@ inline Row& operator+=(Row& row, Row const& more)
 
 inline Row overflowFigures(EventCounter const& heard)
 {
-    return {std::to_string(heard.wraps), std::to_string(heard.saturationsToMin),
-            std::to_string(heard.saturationsToMax)};
+    return {std::to_string(heard.count(EventKind::wrap)),
+            std::to_string(heard.count(EventKind::saturationToMin)),
+            std::to_string(heard.count(EventKind::saturationToMax))};
 }
 
 } // namespace example

@@ -3,7 +3,6 @@
 
 #include "support/commandline.h"
 #include "support/errorfigures.h"
-#include "support/eventcounter.h"
 #include "support/gnuplot.h"
 #include "support/progress.h"
 #include "support/sound.h"
@@ -23,6 +22,7 @@ namespace
 {
 
 using namespace example;
+using ORVEX::EventKind;
 
 struct Options {
     std::string recording = defaultRecording, output = "quantize-out";
@@ -90,7 +90,7 @@ Trial tryType(std::vector<double> const& wanted, int bits, std::size_t rounding,
 {
     fxpDataTypeProp const type(true, bits, bits - 1);
     double const ulp = std::ldexp(1.0, type.fixedExponent);
-    EventCounter heard;
+    ORVEX::EventCounter heard;
     Trial trial;
     trial.got = quantized(wanted, type, static_cast<fxpModeRounding_tag>(rounding),
                           static_cast<fxpModeOverflow_tag>(overflow), heard);
@@ -104,9 +104,9 @@ Trial tryType(std::vector<double> const& wanted, int bits, std::size_t rounding,
         trial.row.push_back(figure(figures.snr(), 2));
         trial.row.push_back(figure(figures.largest / ulp, 3));
     }
-    for (unsigned long long const count : {heard.wraps.load(), heard.saturationsToMin.load(),
-                                           heard.saturationsToMax.load(), heard.underflows.load()})
-        trial.row.push_back(std::to_string(count));
+    for (EventKind const kind :
+         {EventKind::wrap, EventKind::saturationToMin, EventKind::saturationToMax, EventKind::underflow})
+        trial.row.push_back(std::to_string(heard.count(kind)));
     return trial;
 }
 

@@ -3,7 +3,6 @@
 /// way each cast takes and what it costs.
 #include "counts.h"
 #include "support/commandline.h"
-#include "support/eventcounter.h"
 #include "support/progress.h"
 #include "support/texttable.h"
 
@@ -21,6 +20,7 @@ namespace
 {
 
 using namespace example;
+using ORVEX::EventKind;
 using Integer = boost::multiprecision::cpp_int;
 using Rational = boost::multiprecision::cpp_rational;
 
@@ -69,14 +69,13 @@ Integer storedInteger(unsigned long long const* chunks, fxpDataTypeProp const& t
 
 /// Stands for a target that may divide, and hears what casts from the type `source` do. Large arrays tell it
 /// from several threads.
-class Listener : public FxpClientFullPrecision
+class Listener : public ORVEX::EventCounter
 {
 public:
     struct NetValue {
         double wanted;
         Rational held; ///< after quantization
     };
-    EventCounter events;
     std::optional<NetValue> netSlope, netBias; ///< of the first element; those of the others are the same
 
     Listener(fxpProdHardware const& target, fxpDataTypeProp const& type) : hardware(target), source(type) {}
@@ -93,11 +92,6 @@ public:
         if (isSlope) ORVEX::selectSlopeCorrectionDataType(&holder, &source, wanted);
         net = {wanted, realWorld(storedInteger(chunks, holder), holder)};
     }
-    void handleOverflowWrap() override { events.handleOverflowWrap(); }
-    void handleSaturationToMin() override { events.handleSaturationToMin(); }
-    void handleSaturationToMax() override { events.handleSaturationToMax(); }
-    void handleUnderflow() override { events.handleUnderflow(); }
-    void handleDivisionByZero() override { events.handleDivisionByZero(); }
     char const* getClassName() const override { return "Listener"; }
     OrvexClientInterface* clone() override { return new Listener(hardware, source); } ///< has heard nothing
 
@@ -231,10 +225,11 @@ std::vector<std::string> castAll(std::vector<std::uint16_t> counts, fxpDataTypeP
         if (inside) worstInside = std::max(worstInside, error);
         outside += inside ? 0 : 1;
     }
-    EventCounter const& events = listener.events;
+    ORVEX::EventCounts const events = listener.counts();
     std::vector<std::string> row;
-    for (unsigned long long const count : {events.wraps.load(), events.saturationsToMin.load(),
-                                           events.saturationsToMax.load(), events.underflows.load(), outside})
+    for (unsigned long long const count :
+         {events[EventKind::wrap], events[EventKind::saturationToMin], events[EventKind::saturationToMax],
+          events[EventKind::underflow], outside})
         row.push_back(std::to_string(count));
     row.push_back(digits(worst, 4));
     for (Rational const& error : {worst, worstInside})

@@ -2,6 +2,10 @@
 /// All of liborvex.
 #pragma once
 
+#include <orvex/client/eventcounter.h>
+#include <orvex/client/eventlog.h>
+#include <orvex/client/events.h>
+#include <orvex/client/forwardingclient.h>
 #include <orvex/client/fxpclientfullprecision.h>
 #include <orvex/client/fxpclientnull.h>
 #include <orvex/client/fxpclientwithreporting.h>
@@ -20,6 +24,7 @@
 #include <orvex/multiword/mpr_quantize.h>
 #include <orvex/number/cast.h>
 #include <orvex/number/number.h>
+#include <orvex/number/replay.h>
 #include <orvex/number_body/numberbody.h>
 #include <orvex/number_body/numberbodyfactory.h>
 #include <orvex/type_basic/cachekeytype.h>
