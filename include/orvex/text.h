@@ -1,0 +1,8 @@
+/// \file
+/// All of liborvextext: values, types and targets as text. It stands beside liborvex, which does not need it.
+#pragma once
+
+#include <orvex/text/parseerror.h>
+#include <orvex/text/stream.h>
+#include <orvex/text/type.h>
+#include <orvex/text/value.h>
