@@ -190,8 +190,8 @@ TEST(Interface, Clients)
     static_assert(std::is_base_of_v<Client, ForwardingClient> && std::is_abstract_v<ForwardingClient> &&
                   std::is_base_of_v<ForwardingClient, EventCounter> &&
                   std::is_base_of_v<ForwardingClient, EventLog>);
-    static_assert(made<EventCounter> && made<EventCounter, Client&> && made<EventCounter, Client&, Pass> &&
-                  made<EventLog> && made<EventLog, Client&, Pass, std::size_t>);
+    static_assert(made<EventCounter> && made<EventCounter, Client*> && made<EventCounter, Client*, Pass> &&
+                  made<EventLog> && made<EventLog, Client*, Pass, std::size_t>);
     members<EventCounts() const>(&EventCounter::counts, &EventLog::counts);
     members<Count(EventKind) const>(&EventCounter::count);
     members<void()>(&EventCounter::reset, &EventLog::clear);

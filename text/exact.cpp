@@ -54,13 +54,14 @@ Integer rounded(Fraction const& value, fxpModeRounding_tag mode)
     divide_qr(value.above, value.below, floor, rest); // toward zero
     if (rest < 0) {
         rest += value.below;
-        --floor;
+        floor -= 1;
     }
     if (rest == 0) return floor;
     rest <<= 1;
     int const side = rest.compare(value.below);
     multiword::Tail const tail{value.above < 0, side >= 0, side != 0, bit_test(abs(floor), 0)};
-    if (multiword::bumps(mode == fxpModeRoundingCheapest ? fxpModeRoundingZero : mode, tail)) ++floor;
+    if (multiword::bumps(mode == fxpModeRoundingCheapest ? fxpModeRoundingZero : mode, tail))
+        floor += 1; // not ++, by which Boost 1.74 makes -(2^64 + 1) a positive number
     return floor;
 }
 

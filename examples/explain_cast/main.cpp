@@ -3,14 +3,15 @@
 /// show it, and how the cast is done on a target.
 #include "support/commandline.h"
 #include "support/exact.h"
-#include "typetext.h"
 
 #include <orvex/orvex.h>
+#include <orvex/text.h>
 
 #include <cmath>
 #include <iomanip>
 #include <limits>
 #include <optional>
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -23,6 +24,34 @@ using ORVEX::Number;
 struct Options {
     std::string from, to, target = "asic";
 };
+
+/// What `read` makes of a text; one that it cannot read is shown first, with a caret under the place.
+template <class Read>
+auto readShowing(std::string const& text, Read const& read)
+{
+    try {
+        return read(text);
+    } catch (ORVEX::text::ParseError const& error) {
+        std::cerr << error.caret();
+        throw;
+    }
+}
+
+/// Refuses types that leave no room for arithmetic in doubles.
+fxpDataTypeProp readType(std::string const& text)
+{
+    constexpr int maxBits = 1024, maxFraction = 1000;
+    constexpr double least = 1e-100, most = 1e100;
+    fxpDataTypeProp const type =
+        readShowing(text, [](std::string const& t) { return ORVEX::text::readType(t); });
+    double const slope = std::ldexp(type.slopeAdjustmentFactor, type.fixedExponent),
+                 bias = std::abs(type.bias);
+    bool const hasPoint = type.slopeAdjustmentFactor == 1;
+    if (type.wordLength > maxBits || std::abs(type.fixedExponent) > maxFraction ||
+        (!hasPoint && (slope < least || slope > most)) || (bias != 0 && (bias < least || bias > most)))
+        throw std::runtime_error("\"" + text + "\" is out of the range of this program");
+    return type;
+}
 
 /// What holds the values of a type: of a boolean, which no number can have, one unsigned bit.
 fxpDataTypeProp holder(fxpDataTypeProp const& type)
@@ -235,7 +264,8 @@ std::string entry(fxpDataTypeProp const& to, fxpDataTypeProp const& floating)
 void run(Options const& options)
 {
     fxpDataTypeProp const from = readType(options.from), to = readType(options.to);
-    fxpProdHardware const target = readTarget(options.target);
+    fxpProdHardware const target =
+        readShowing(options.target, [](std::string const& t) { return ORVEX::text::readTarget(t); });
     FxpClientWithReporting client(target);
     auto const loses = ORVEX::castCanLosePrecision(from, to);
     auto const leaves = ORVEX::parameterCastCanBeOutOfBounds(client, from, to);
@@ -264,7 +294,7 @@ int main(int argc, char** argv)
     Options options;
     return runExample("explain_cast", "Explains a cast between two data types before any value exists.", argc,
                       argv, [&options](CLI::App& app) {
-                          app.footer(std::string("Types: ") + typeSyntax + ".");
+                          app.footer(std::string("Types: ") + ORVEX::text::typeSyntax + ".");
                           app.add_option("from", options.from, "type of the values")->required();
                           app.add_option("to", options.to, "type that they are cast to")->required();
                           app.add_option("-t,--target", options.target,

@@ -47,7 +47,7 @@ done << 'END'
 s8 q8|q8|1
 float s8|float|1
 s0 s8|s0|2
-s8 s1025|s1025|2
+s8 s65537|s65537|2
 s8, s8|s8,|4
 s8,slop=1 s8|s8,slop=1|4
 s8,slope=-1 s8|s8,slope=-1|10
@@ -71,6 +71,8 @@ check_refused << 'END'
 s8
 s8 u8 s8
 s8 u8 --nosuch
+s8 s1025
+s8 s8,slope=1e-200
 s8 u8 --target
 END
 exit $failed

@@ -16,8 +16,7 @@ std::size_t numberOfThisThread()
 
 } // namespace
 
-EventCounter::EventCounter() = default;
-EventCounter::EventCounter(OrvexClientInterface& next, Pass pass) : ForwardingClient(next, pass) {}
+EventCounter::EventCounter(OrvexClientInterface* next, Pass pass) : ForwardingClient(next, pass) {}
 EventCounter::EventCounter(EventCounter const& other) : ForwardingClient(other) { *this += other.counts(); }
 
 EventCounter& EventCounter::operator=(EventCounter const& other)

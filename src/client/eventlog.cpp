@@ -5,9 +5,7 @@
 namespace ORVEX
 {
 
-EventLog::EventLog(std::size_t limit) : state_{{}, {}, unknown, limit} {}
-
-EventLog::EventLog(OrvexClientInterface& next, Pass pass, std::size_t limit)
+EventLog::EventLog(OrvexClientInterface* next, Pass pass, std::size_t limit)
     : ForwardingClient(next, pass), state_{{}, {}, unknown, limit}
 {
 }

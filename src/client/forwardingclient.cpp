@@ -16,10 +16,9 @@ FxpClientFullPrecision& lastClient()
 
 } // namespace
 
-ForwardingClient::ForwardingClient() : ForwardingClient(lastClient()) {}
-
-ForwardingClient::ForwardingClient(OrvexClientInterface& next, Pass pass)
-    : OrvexClientInterface(next), next_(&next), pass_(pass)
+ForwardingClient::ForwardingClient(OrvexClientInterface* next, Pass pass)
+    : OrvexClientInterface(next != nullptr ? *next : lastClient()),
+      next_(next != nullptr ? next : &lastClient()), pass_(pass)
 {
 }
 

@@ -19,7 +19,7 @@ EventLog replayStore(OrvexClientInterface& client, double const* values, unsigne
                      fxpDataTypeProp const& type, fxpModeRounding_tag round, fxpModeOverflow_tag overflow,
                      bool isComplex)
 {
-    EventLog log(client, EventLog::Pass::questions);
+    EventLog log(&client, EventLog::Pass::questions);
     Number element = zeroOf(type, log, round, overflow, isComplex);
     log.clear(); // of what the zero has reported
     for (unsigned long long i = 0; i < count; ++i) {
@@ -32,7 +32,7 @@ EventLog replayStore(OrvexClientInterface& client, double const* values, unsigne
 EventLog replayCast(Number const& source, fxpDataTypeProp const& type, fxpModeRounding_tag round,
                     fxpModeOverflow_tag overflow)
 {
-    EventLog log(source.getFxpClient(), EventLog::Pass::questions);
+    EventLog log(&source.getFxpClient(), EventLog::Pass::questions);
     Number const elements(source, NumberUtils::copyIndexOnly); // has a cursor of its own
     Number element = zeroOf(type, log, round, overflow, source.isComplex());
     log.clear();

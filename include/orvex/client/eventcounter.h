@@ -16,8 +16,7 @@ namespace ORVEX
 class ORVEX_API EventCounter : public ForwardingClient
 {
 public:
-    EventCounter(); ///< stands for an ASIC; diagnostics are thrown
-    explicit EventCounter(OrvexClientInterface& next, Pass pass = Pass::all);
+    explicit EventCounter(OrvexClientInterface* next = nullptr, Pass pass = Pass::all);
     EventCounter(EventCounter const& other); ///< copies the counts too
     EventCounter& operator=(EventCounter const& other);
     ~EventCounter() override;

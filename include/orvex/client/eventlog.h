@@ -30,8 +30,9 @@ public:
         bool operator==(Entry const&) const = default;
     };
 
-    explicit EventLog(std::size_t limit = defaultLimit); ///< stands for an ASIC; diagnostics are thrown
-    explicit EventLog(OrvexClientInterface& next, Pass pass = Pass::all, std::size_t limit = defaultLimit);
+    /// At most `limit` entries are kept, the first ones.
+    explicit EventLog(OrvexClientInterface* next = nullptr, Pass pass = Pass::all,
+                      std::size_t limit = defaultLimit);
     EventLog(EventLog const& other); ///< copies the entries too
     EventLog& operator=(EventLog const& other);
     ~EventLog() override;

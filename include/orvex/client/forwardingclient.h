@@ -21,8 +21,7 @@ public:
         questions ///< the events, diagnostics apart, end here
     };
 
-    ForwardingClient();
-    explicit ForwardingClient(OrvexClientInterface& next, Pass pass = Pass::all);
+    explicit ForwardingClient(OrvexClientInterface* next = nullptr, Pass pass = Pass::all);
     ForwardingClient(ForwardingClient const&) = default; ///< in front of the same client
     ForwardingClient& operator=(ForwardingClient const&) = default;
     ~ForwardingClient() override;

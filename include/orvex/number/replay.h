@@ -35,7 +35,7 @@ ORVEX_API void copyOutputTypes(Number const& from, Number const& to);
 template <class Operation>
 EventLog replay(Number const& a, Number const& b, Operation const& operation)
 {
-    EventLog log(a.getFxpClient(), EventLog::Pass::questions);
+    EventLog log(&a.getFxpClient(), EventLog::Pass::questions);
     Number const left = withClient(a, log), right = withClient(b, log);
     copyOutputTypes(a, left);
     copyOutputTypes(b, right);
