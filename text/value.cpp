@@ -120,7 +120,7 @@ std::string decimalText(Number const& number, std::size_t part, int fractionDigi
     fxpDataTypeProp const& type = number.getDataType();
     if (number.isFixed())
         return decimalText(toRealWorld({storedAt(number, part), 1}, type), fractionDigits, round);
-    double const held = part == 0 ? number.getSIDoubleValue() : number.getImagSIDoubleValue();
+    double const held = number.getSIDoubleValue(); // never complex
     if (std::isnan(held)) return "nan";
     if (std::isinf(held)) return held < 0 ? "-inf" : "inf";
     return decimalText(number.isScaledDouble() ? toRealWorld(exactly(held), type) : exactly(held),
@@ -163,7 +163,7 @@ Decimal readDecimal(Reader& in, bool isNegative)
 {
     Decimal number;
     number.isNegative = isNegative;
-    if (in.accept("inf"))
+    if (in.accept("infinity") || in.accept("inf"))
         number.kind = Decimal::Kind::infinite;
     else if (in.accept("nan"))
         number.kind = Decimal::Kind::nan;
@@ -382,18 +382,18 @@ void fromDecimal(Number& number, std::string_view text)
 {
     if (number.isScaledType()) requireSpellable(number.getDataType());
     auto const parts = readParts<Decimal>(text, number.isComplex(), readDecimal);
-    auto const isSingle = number.isSingle();
-    double values[2] = {};
-    for (std::size_t part = 0; part < partsOf(number); ++part) {
-        if (number.isFixed() && parts[part])
-            store(number.getFxpClient(), *parts[part], number.getDataType(), number.getRoundMode(),
-                  number.getOverflowMode(), [&](Integer const& stored) { putStored(number, part, stored); });
-        else if (number.isFixed())
-            putStored(number, part, 0);
-        else if (parts[part])
-            values[part] = isSingle ? parts[part]->nearest<float>() : parts[part]->nearest<double>();
+    if (!number.isFixed()) { // never complex
+        number = number.isSingle() ? parts[0]->nearest<float>() : parts[0]->nearest<double>();
+        return;
     }
-    if (!number.isFixed()) number = values;
+    for (std::size_t part = 0; part < partsOf(number); ++part) {
+        auto const put = [&](Integer const& stored) { putStored(number, part, stored); };
+        if (parts[part])
+            store(number.getFxpClient(), *parts[part], number.getDataType(), number.getRoundMode(),
+                  number.getOverflowMode(), put);
+        else
+            put(0);
+    }
 }
 
 Chunks fromDecimal(OrvexClientInterface& client, std::string_view text, fxpDataTypeProp const& type,

@@ -2,10 +2,11 @@
 
 gdb loads this by itself where it stands beside the library or in gdb's auto-load directory; otherwise
     (gdb) source orvex-gdb.py
-Nothing is called in the program, so that core files show as well. Values are exact.
+Values are exact.
 """
 
 import math
+import struct
 from fractions import Fraction
 
 import gdb
@@ -14,42 +15,44 @@ import gdb.printing
 FIXED, SCALED_DOUBLE, DOUBLE, SINGLE = range(4)
 
 
-# What the printers know of the private members stands in these two functions and nowhere else.
-
-def body_of(number):
-    """The NumberBody of a Number, or None."""
-    pointer = number["body_"]
-    for field in pointer.type.strip_typedefs().fields():
-        if field.name == "_M_t":  # a std::unique_ptr: down to the tuple's head, a plain pointer
-            pointer = pointer["_M_t"]
-            while pointer.type.strip_typedefs().code != gdb.TYPE_CODE_PTR:
-                pointer = pointer[base_or_member(pointer.type.strip_typedefs())]
-            break
-    return pointer.dereference() if int(pointer) != 0 else None
-
-
 class Body:
-    """The members of a NumberBody that are shown."""
+    """What is shown of a number. Its private members are known here and nowhere else.
 
-    def __init__(self, body):
-        self.type = body["dataType_"]
+    Debug information has them where the library was built with it. Elsewhere the number's own functions are called,
+    which takes a running program.
+    """
+
+    def __init__(self, number):
+        self.number = number
+        try:
+            pointer = gdb.lookup_type("NumberBody").pointer()
+            self.read(number["body_"].address.cast(pointer.pointer()).dereference().dereference())
+        except gdb.error:
+            self.ask()
+
+    def read(self, body):
+        self.type = TypeView(body["dataType_"])
         self.count = int(body["numberOfElements_"])
         self.cursor = int(body["index_"])
-        self.bytes_per_element = int(body["bytesPerElement_"])
         self.address = int(body["data_"])
-        rank = int(body["nDims_"])
-        sizes = body["smallDims_"]
-        self.sizes = [int(sizes[i]) for i in range(2)] if rank == 2 else [self.count]
+        self.is_complex = int(body["bytesPerElement_"]) == 2 * self.type.bytes_per_part()
+        sizes = body["largeDims_"] if int(body["nDims_"]) > 2 else body["smallDims_"]
+        if sizes.type.strip_typedefs().code != gdb.TYPE_CODE_ARRAY:  # an owning pointer: laid out as a plain one
+            word = gdb.lookup_type("unsigned long long").pointer()
+            sizes = sizes.address.cast(word.pointer()).dereference()
+        self.sizes = [int(sizes[i]) for i in range(int(body["nDims_"]))]
 
+    def ask(self):
+        self.type = TypeView(self.call("getDataType"))
+        self.count = int(self.call("getNumberOfElements"))
+        self.cursor = int(self.call("getIndex"))
+        self.address = int(self.call("getSIArray"))
+        self.is_complex = bool(self.call("isComplex"))
+        sizes = self.call("getDims")
+        self.sizes = [int(sizes[i]) for i in range(int(self.call("getNDims")))]
 
-def base_or_member(type_):
-    """The field of a standard library class that leads on to the pointer it holds."""
-    fields = type_.fields()
-    for name in ("_M_t", "_M_head_impl"):
-        for field in fields:
-            if field.name == name:
-                return field
-    return next(field for field in fields if field.is_base_class)
+    def call(self, function):
+        return gdb.parse_and_eval("((ORVEX::Number*)%d)->%s()" % (int(self.number.address), function))
 
 
 def text_of_double(value):
@@ -95,7 +98,6 @@ class TypeView:
         if self.mode == FIXED:
             held = int.from_bytes(memory, "little", signed=self.signed)
         else:
-            import struct
             held = struct.unpack("<f" if self.mode == SINGLE else "<d", memory)[0]
             if not math.isfinite(held):
                 return str(held)
@@ -127,37 +129,37 @@ class NumberPrinter:
     """Shape and type, and the elements as children, which gdb limits by `set print elements`."""
 
     def __init__(self, number):
-        body = body_of(number)
-        self.body = Body(body) if body is not None else None
-        self.view = TypeView(self.body.type) if self.body else None
+        is_made = any(self.memory(int(number.address), number.type.fields()[0].type.sizeof))
+        self.body = Body(number) if is_made else None
+
+    @staticmethod
+    def memory(address, size):
+        return bytes(gdb.selected_inferior().read_memory(address, size))
 
     def element(self, index):
-        size = self.body.bytes_per_element
-        part = self.view.bytes_per_part()
-        memory = bytes(gdb.selected_inferior().read_memory(self.body.address + index * size, size))
-        real = self.view.value(memory[:part])
-        if size == part:
+        view = self.body.type
+        part = view.bytes_per_part()
+        size = 2 * part if self.body.is_complex else part
+        memory = self.memory(self.body.address + index * size, size)
+        real = view.value(memory[:part])
+        if not self.body.is_complex:
             return real
-        imaginary = self.view.value(memory[part:2 * part])
+        imaginary = view.value(memory[part:])
         return "%s %s %si" % (real, "-" if imaginary[0] == "-" else "+", imaginary.lstrip("-"))
 
     def to_string(self):
         if self.body is None:
             return "no body"
-        shape = "x".join(str(size) for size in self.body.sizes)
         if self.body.count == 1:
-            return "%s (%s)" % (self.element(0), self.view.text())
+            return "%s (%s)" % (self.element(0), self.body.type.text())
+        shape = "x".join(str(size) for size in self.body.sizes)
         cursor = " at %d" % self.body.cursor if self.body.cursor else ""
-        return "%s %s%s" % (shape, self.view.text(), cursor)
+        return "%s %s%s" % (shape, self.body.type.text(), cursor)
 
     def children(self):
         if self.body is not None and self.body.count != 1:
             for index in range(self.body.count):
                 yield "[%d]" % index, self.element(index)
-
-
-class TextValue:
-    pass
 
 
 def register(objfile):

@@ -36,5 +36,6 @@ int main()
     type.mode = fxpModeDataTypeScaledDouble;
     Number const scaled(0.3, type, client, round, overflow);
     Number const floating(values, fxpDataTypeProp::singleDataType(), client, 2, round, overflow, false);
-    shown(scalar, row, matrix, complex, wide, scaled, floating, fxpDataTypeProp(false, 9, 5.0, 2, 0.0));
+    type = fxpDataTypeProp(false, 9, 5.0, 2, 0.0);
+    shown(scalar, row, matrix, complex, wide, scaled, floating, type);
 }

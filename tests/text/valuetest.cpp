@@ -190,7 +190,7 @@ TEST(DecimalText, Spellings)
                            {"1e-99999", "0", {Event::underflow}, {Event::underflow}},
                            {"1e5", "7.9375", {Event::saturationToMax}, {Event::wrap}, "0"},
                            {"-8.25", "-8", {Event::saturationToMin}, {Event::wrap}, "7.75"},
-                           {"inf", "7.9375", {Event::saturationToMax}, {Event::wrap}, "0"},
+                           {"infinity", "7.9375", {Event::saturationToMax}, {Event::wrap}, "0"},
                            {"-inf", "-8", {Event::saturationToMin}, {Event::wrap}, "0"}})
         for (int const sat : bothOverflows) {
             RecordingClient client;
@@ -259,10 +259,6 @@ TEST(DecimalText, OfFloatingNumbers)
         EXPECT_EQ(toDecimal(held), value);
         EXPECT_THROW((void)toHex(held), std::invalid_argument);
     }
-    Number complex(1.5, -2, twice, client, fxpModeRoundingNearest, fxpModeOverflowWrap);
-    EXPECT_EQ(toDecimal(complex), "1.5 - 2i");
-    fromDecimal(complex, "4i");
-    EXPECT_EQ(toDecimal(complex), "0 + 4i");
 }
 
 TEST(BitText, Spellings)
@@ -365,7 +361,7 @@ TEST(ValueText, TroubleIsToldWithItsPlaceAndNothingIsStored)
                            {"--1", 1},
                            {"1 2", 2},
                            {"0x1", 1},
-                           {"infinity", 3},
+                           {"info", 3},
                            {"2i", 0},
                            {"1 + 2i", 2}})
         expect(row, decimal, false);
