@@ -85,11 +85,8 @@ class TypeView:
         text += ("s" if self.signed else "u") + str(self.bits)
         if self.factor == 1 and self.bias == 0:
             return text + "," + str(-self.exponent)
-        try:
-            slope = math.ldexp(self.factor, self.exponent)
-        except OverflowError:
-            slope = 0
-        text += " slope " + (text_of_double(slope) if slope != 0 and math.isfinite(slope) else
+        plain = 1 <= self.factor < 2 and abs(self.exponent) < 1000
+        text += " slope " + (text_of_double(math.ldexp(self.factor, self.exponent)) if plain else
                              "%s*2^%d" % (text_of_double(self.factor), self.exponent))
         return text if self.bias == 0 else text + " bias " + text_of_double(self.bias)
 

@@ -25,7 +25,7 @@ int main()
     fxpDataTypeProp const s8(true, 8, 4);
     Number const scalar(1.5, s8, client, round, overflow);
     Number const row(values, s8, client, 3, round, overflow, false);
-    Number matrix(values, fxpDataTypeProp(true, 16, 0.01, -40.0), client, 6, round, overflow, false);
+    Number matrix(values, fxpDataTypeProp(true, 16, 0.75, -40.0), client, 6, round, overflow, false);
     unsigned long long const dims[] = {2, 3};
     matrix.setDims(dims);
     matrix.setIndex(2);

@@ -18,7 +18,8 @@ ORVEX_API EventLog replayStore(OrvexClientInterface& client, double const* value
                                fxpDataTypeProp const& type, fxpModeRounding_tag round,
                                fxpModeOverflow_tag overflow, bool isComplex = false);
 
-/// What a conversion of all elements into such a type reports, as by Number::arrayEquals or Cast.
+/// What a conversion of all elements into such a type reports, as by Number::arrayEquals or Cast (for
+/// floating and scaled-double types as by these up to 500 elements).
 ORVEX_API EventLog replayCast(Number const& source, fxpDataTypeProp const& type, fxpModeRounding_tag round,
                               fxpModeOverflow_tag overflow);
 

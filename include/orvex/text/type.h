@@ -20,7 +20,7 @@ enum class TypeNotation {
     qSignCounted, ///< Q4.12: integer bits with the sign bit, as ARM writes it
     vhdl,         ///< sfixed(3 downto -12): powers of two of the first and the last bit
     hls,          ///< fixed<16,4>: word length, and integer bits with the sign bit
-    slopeBias     ///< s16 slope 2.44140625e-04: word length, slope and bias, also of types without point
+    slopeBias     ///< s16 slope 0.000244140625: word length, slope and bias, also of types without point
 };
 // Unsigned: u16,12; UQ4.12 both; ufixed(3 downto -12); ufixed<16,4>; u16 slope 0.01 bias -40.
 
