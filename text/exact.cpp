@@ -37,9 +37,10 @@ Fraction operator*(Fraction const& a, Fraction const& b) { return {a.above * b.a
 Fraction toUnits(Fraction const& value, fxpDataTypeProp const& type)
 {
     Fraction const slope = exactly(type.slopeAdjustmentFactor);
-    if (slope.above <= 0) throw std::invalid_argument("the slope is not positive");
-    return (value + exactly(-type.bias)) * scaled(1, -static_cast<long long>(type.fixedExponent)) *
-           Fraction{slope.below, slope.above};
+    if (slope.above == 0) throw std::invalid_argument("the slope is zero");
+    Fraction const inverse =
+        slope.above < 0 ? Fraction{-slope.below, -slope.above} : Fraction{slope.below, slope.above};
+    return (value + exactly(-type.bias)) * scaled(1, -static_cast<long long>(type.fixedExponent)) * inverse;
 }
 
 Fraction toRealWorld(Fraction const& units, fxpDataTypeProp const& type)

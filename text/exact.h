@@ -28,7 +28,7 @@ Fraction exactly(double finite);
 Fraction operator+(Fraction const& a, Fraction const& b);
 Fraction operator*(Fraction const& a, Fraction const& b);
 
-/// In units of the stored integer: without bias and slope, which must be positive. The second turns it about.
+/// In units of the stored integer: without bias and slope, which must not be zero. The second turns it about.
 Fraction toUnits(Fraction const& value, fxpDataTypeProp const& type);
 Fraction toRealWorld(Fraction const& units, fxpDataTypeProp const& type);
 

@@ -60,7 +60,7 @@ fxpDataTypeProp anyFixedType(Random& random, bool withScaling)
 {
     fxpDataTypeProp type = random.radixType(300, -90, 90);
     if (withScaling) {
-        type.slopeAdjustmentFactor = random.pick(std::array{1.0, 1.25, 0.1, 1.9999999999999998, 3e20});
+        type.slopeAdjustmentFactor = random.pick(std::array{1.0, -1.25, 0.1, 1.9999999999999998, 3e20});
         type.bias = random.pick(std::array{0.0, -40.0, 0.1, 1e-300, 7e15});
     }
     return type;

@@ -15,12 +15,13 @@ namespace ORVEX::text
 
 // Functions of a Number work on the element at its cursor. Those of chunks work on one stored integer of a
 // fixed type: 64-bit chunks, least significant first, as many as the word length needs; the sign of a signed
-// one fills its top chunk. All of them throw std::length_error where the type's word length, exponent or a
-// number's own exponent is beyond `mostExponent`, and std::invalid_argument where they say so.
+// one fills its top chunk. All of them throw std::length_error where the type's word length or exponent is
+// beyond `mostExponent`, and std::invalid_argument where a slope or bias is not finite, where a slope is zero
+// and a text is to be stored, and where they say so.
 //
 // A complex value is written "1.5 - 0.25i". When read, either part may be left out, and blanks are free.
 
-inline constexpr int mostExponent = 100'000; ///< of 2 or of 10
+inline constexpr int mostExponent = 100'000; ///< of 2, and of 10 in a text that is read; either sign
 inline constexpr int exactDigits = std::numeric_limits<int>::max();
 
 using Chunks = std::vector<unsigned long long>;
