@@ -7,6 +7,7 @@ printf '%s\n' "$symbols" | LC_ALL=C awk -v list="$3" '
         symbol = substr($0, index($0, " ") + 3) # after the address and a letter
         name = symbol
         sub(/(\[abi:cxx11\])?[(<].*/, "", name) # the arguments; a call operator becomes a bare "operator"
+        sub(/operator (new|delete)/, "operator", name)
         sub(/.* /, "", name)                    # "vtable for", or the result of a template
         while (!(name in intended) && sub(/::[^:]*$/, "", name)) continue
         if (name in intended) found[name] = 1
