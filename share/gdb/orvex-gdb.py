@@ -25,22 +25,31 @@ class Body:
     def __init__(self, number):
         self.number = number
         try:
-            pointer = gdb.lookup_type("NumberBody").pointer()
-            self.read(number["body_"].address.cast(pointer.pointer()).dereference().dereference())
-        except gdb.error:
+            self.read(gdb.lookup_type("NumberBody"))
+        except (gdb.error, StopIteration):  # unknown, or declared alone
             self.ask()
 
-    def read(self, body):
-        self.type = TypeView(body["dataType_"])
-        self.count = int(body["numberOfElements_"])
-        self.cursor = int(body["index_"])
-        self.address = int(body["data_"])
-        self.is_complex = int(body["bytesPerElement_"]) == 2 * self.type.bytes_per_part()
-        sizes = body["largeDims_"] if int(body["nDims_"]) > 2 else body["smallDims_"]
-        if sizes.type.strip_typedefs().code != gdb.TYPE_CODE_ARRAY:  # an owning pointer: laid out as a plain one
-            word = gdb.lookup_type("unsigned long long").pointer()
-            sizes = sizes.address.cast(word.pointer()).dereference()
-        self.sizes = [int(sizes[i]) for i in range(int(body["nDims_"]))]
+    def read(self, body_type):
+        word = gdb.lookup_type("unsigned long long")
+
+        def member(name):
+            # By its place: taken from the object, gdb would look for the class that the object really has.
+            field = next(field for field in body_type.fields() if field.name == name)
+            return gdb.Value(body + field.bitpos // 8).cast(field.type.pointer()).dereference()
+
+        def pointer(value):  # an owning one is laid out as a plain one
+            return int(value.address.cast(word.pointer()).dereference())
+
+        body = pointer(self.number["body_"])
+        self.type = TypeView(member("dataType_"))
+        self.count = int(member("numberOfElements_"))
+        self.cursor = int(member("index_"))
+        self.address = pointer(member("data_"))
+        self.is_complex = int(member("bytesPerElement_")) == 2 * self.type.bytes_per_part()
+        rank = int(member("nDims_"))
+        sizes = pointer(member("largeDims_")) if rank > 2 else int(member("smallDims_").address)
+        sizes = gdb.Value(sizes).cast(word.pointer())
+        self.sizes = [int(sizes[i]) for i in range(rank)]
 
     def ask(self):
         self.type = TypeView(self.call("getDataType"))
