@@ -1,10 +1,7 @@
 #include "client/nullclient.h"
 #include "multiword/chunkconvert.h"
-#include "multiword/chunkstore.h"
 #include "support/allocations.h"
-#include "support/outcomecheck.h"
-
-#include <orvex/multiword/mpr_quantize.h>
+#include "support/storecheck.h"
 
 #include <gtest/gtest.h>
 
@@ -18,35 +15,6 @@ using Type = fxpDataTypeProp;
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-
-using Kernel = decltype(mw::storeRealWorldDoubleToChunks);
-
-testing::AssertionResult stores(Kernel& kernel, double value, Type const& type, int round, int sat,
-                                Outcome const& wanted)
-{
-    return gives(wanted, type, std::vector<Chunk>(chunkCount(type), 0xA5A5),
-                 [&](auto& client, Chunk* dst) {
-                     kernel(client, dst, type, value, static_cast<fxpModeRounding_tag>(round), sat);
-                 })
-           << ": " << testing::PrintToString(value) << " to " << type << Modes{round, sat};
-}
-
-/// The real-world store and mpr_quantize, and where it is another thing the radix store.
-void checkStore(double value, Type const& type, int round, int sat)
-{
-    Outcome const wanted = quantize(value, type, round, sat);
-    ASSERT_TRUE(stores(mw::storeRealWorldDoubleToChunks, value, type, round, sat, wanted));
-    bool const sameRadix = type.slopeAdjustmentFactor == 1.0 && type.bias == 0.0 && value != 0.0;
-    ASSERT_TRUE(sameRadix || stores(mw::storeRadixDoubleToChunks, value, type, round, sat,
-                                    quantizeRadix(value, type, round, sat)));
-    RecordingClient client;
-    double const read = ORVEX::mpr_quantize(client, value, type, round, sat);
-    ASSERT_TRUE(sameDouble(read, readRealWorld(wanted.stored, type)) && client.events() == wanted.events)
-        << testing::PrintToString(value) << " through " << type << Modes{round, sat} << ": " << read;
-    if (wanted.events.empty()) return;
-    client.throwAt = client.events().size();
-    ASSERT_THROW(ORVEX::mpr_quantize(client, value, type, round, sat), RecordingClient::Thrown);
-}
 
 void checkStoreInAllModes(double value, Type const& type)
 {

@@ -109,17 +109,19 @@ inline bool sameDouble(double a, double b)
            (std::isnan(a) && std::isnan(b));
 }
 
-/// Random input that is the same in every run.
+/// Random input that is the same in every run. Fuzzing derives from it what reads a given input instead.
 class Random
 {
 public:
     explicit Random(std::uint64_t seed) : engine_(seed) {}
+    virtual ~Random() = default;
 
-    Chunk bits() { return engine_(); }
-    bool coin() { return (bits() >> 40 & 1) != 0; }
+    virtual Chunk bits() { return engine_(); }
+    virtual Chunk below(Chunk count) { return bits() % count; }
+    virtual bool coin() { return (bits() >> 40 & 1) != 0; }
     int between(int low, int high)
     {
-        return low + static_cast<int>(bits() % static_cast<Chunk>(high - low + 1));
+        return low + static_cast<int>(below(static_cast<Chunk>(high - low + 1)));
     }
 
     template <class List>
