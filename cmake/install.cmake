@@ -39,5 +39,5 @@ endif()
 configure_file(cmake/orvex.pc.in orvex.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orvex.pc DESTINATION ${pkgconfig_dir})
 
-install(DIRECTORY examples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/orvex-examples/examples COMPONENT examples
+install(DIRECTORY examples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/orvex/examples COMPONENT examples
   EXCLUDE_FROM_ALL)
