@@ -39,7 +39,10 @@ void* NumberBody::operator new(std::size_t bodyBytes, ElementBytes elements)
     return block->body();
 }
 
-void NumberBody::operator delete(void* body, ElementBytes) noexcept { SharedBlock::ofBody(body)->leaveBody(); }
+void NumberBody::operator delete(void* body, ElementBytes) noexcept
+{
+    SharedBlock::ofBody(body)->leaveBody();
+}
 
 void NumberBody::operator delete(NumberBody* body, std::destroying_delete_t)
 {
