@@ -243,16 +243,15 @@ TEST_F(FailingAllocations, OfNumbers)
 // Those that run in parallel, or in blocks. Only this thread's allocations fail.
 TEST_F(FailingAllocations, OfLongArrays)
 {
-    for (Type const& type : {s(16, -4), s(150), Odd})
-        for (bool const isComplex : {false, true}) {
-            for (auto const& [name, run] : readers)
-                if (std::string_view(name).starts_with("array"))
-                    checkAllocations(name, run, false, type, 501, isComplex);
-            for (auto const& [name, run] : writers)
-                if (std::string_view(name).starts_with("array") || std::string_view(name) == "setValue")
-                    checkAllocations(name, run, true, type, 501, isComplex);
-            ASSERT_FALSE(HasFailure());
-        }
+    for (auto const& [type, isComplex] : {std::pair{s(16, -4), false}, {s(150), true}, {Odd, false}}) {
+        for (auto const& [name, run] : readers)
+            if (std::string_view(name).starts_with("array"))
+                checkAllocations(name, run, false, type, 501, isComplex);
+        for (auto const& [name, run] : writers)
+            if (std::string_view(name).starts_with("array") || std::string_view(name) == "setValue")
+                checkAllocations(name, run, true, type, 501, isComplex);
+        ASSERT_FALSE(HasFailure());
+    }
 }
 
 TEST_F(FailingAllocations, OfEverythingElse)
