@@ -326,8 +326,7 @@ TEST_F(FailingAllocations, OfEverythingElse)
             copy.createAsicDevice(), copy.createMicroDevice(8, 16, 32, 32);
             HWIntegerWordLengths& lengths = *copy.getHWIntegerWordlengths();
             lengths.addNewWordLength(48), lengths.removeLargestWordLength();
-            unsigned int sum = 0;
-            for (auto i = lengths.beginUniqueIterator(); i != lengths.endUniqueIterator(); ++i) sum += *i;
+            for (auto i = lengths.beginUniqueIterator(); i != lengths.endUniqueIterator(); ++i) (void)*i;
             ORVEX::cacheKeyType key(&copy), keyCopy(key);
         },
         [&] {
