@@ -1,6 +1,7 @@
 /// What a user's program takes from the library: a client of its own, numbers wide and parallel, diagnostics,
 /// versions.
 #include <orvex/orvex.h>
+#include <orvex/text.h>
 
 #include <iostream>
 #include <vector>
@@ -31,5 +32,6 @@ int main()
         diagnosed = true;
     }
     std::cout << liborvex_version << ' ' << ORVEX::Number::arrayTimes(a, a)[999].getRWDoubleValue() << ' '
-              << (wide + b).getRWDoubleValue() << ' ' << listener.heard << diagnosed << '\n';
+              << (wide + b).getRWDoubleValue() << ' ' << listener.heard << diagnosed << ' '
+              << ORVEX::text::toString(type) << '\n';
 }

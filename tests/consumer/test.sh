@@ -17,7 +17,7 @@ configure() { cmake -G Ninja -S "$here" -D CMAKE_CXX_COMPILER="$cxx" -D CMAKE_CX
 runs() { # what it is, program
     local text
     text=$("${@:2}")
-    [[ $text == "$version 2.25 8.4375 11" ]] || { echo "$1 prints: $text"; exit 1; }
+    [[ $text == "$version 2.25 8.4375 11 s8,4" ]] || { echo "$1 prints: $text"; exit 1; }
     echo "$1: $text"
 }
 
@@ -33,7 +33,7 @@ use_prefix() { # what it is, prefix
     cmake --build "$scratch/found" >/dev/null
     runs "$1, find_package" "$scratch/found/consumer"
     [[ $(pkg-config --modversion orvex) == "$version" ]]
-    read -ra flags <<<"$(pkg-config --cflags --libs orvex) -Wl,-rpath,$(pkg-config --variable=libdir orvex)"
+    read -ra flags <<<"$(pkg-config --cflags --libs orvex orvex-text) -Wl,-rpath,$(pkg-config --variable=libdir orvex)"
     "$cxx" -std=c++20 -Wall -Wextra -Werror "$here/main.cpp" -o "$scratch/by_hand" "${flags[@]}"
     runs "$1, pkg-config" "$scratch/by_hand"
     rm -rf "$scratch/found"
