@@ -36,17 +36,29 @@ bool storeReals(NumberBody& target, double const* values, std::size_t begin, std
 bool assignElements(NumberBody& target, NumberBody const& source, StoredCast const& cast, std::size_t begin,
                     std::size_t end, ScalarRoutine const& scalar, ScalarRoutine const& moveTo = {});
 
-enum class Binary { plus, minus, times };
+// The following run over all elements of the target; an operand of one element stands at its cursor.
 
-/// target[i] := a[i] op b[i] for all elements of the target; an operand of one
-/// element stands at its cursor. Sums are formed in the target's type, products
-/// in full and then converted. The target may be a.
-bool combineElements(NumberBody& target, Binary operation, NumberBody const& a, NumberBody const& b,
-                     ScalarRoutine const& scalar);
+/// target[i] := a[i] + b[i] or a[i] - b[i], formed in the target's type. The target may be a.
+bool addElements(NumberBody& target, bool minus, NumberBody const& a, NumberBody const& b,
+                 ScalarRoutine const& scalar);
 
-/// out[i] := a[i] test b[i] for elements [begin, end), of real bodies; a body
-/// of one element stands for its element 0. Compares by weight: where factors
-/// or biases differ, only if `radixOnly`.
+/// target[i] := a[i] * b[i]: each product is formed in full and converted to `productType`, and then to the
+/// target's type, in which the products of complex numbers are added.
+bool multiplyElements(NumberBody& target, NumberBody const& a, NumberBody const& b,
+                      fxpDataTypeProp const& productType, ScalarRoutine const& scalar);
+
+/// target[i] := a[i] / b[i], rounded once, in the target's type.
+bool divideElements(NumberBody& target, NumberBody const& a, NumberBody const& b,
+                    ScalarRoutine const& scalar);
+
+/// target[i] := target[i] op other[i], bit by bit.
+bool combineBitsOfElements(NumberBody& target, Bits operation, NumberBody const& other);
+
+/// The bitwise complement of every element.
+bool complementElements(NumberBody& target);
+
+/// out[i] := a[i] test b[i] for elements [begin, end), of bodies both real or both complex; one of one
+/// element stands for its element 0. Compares by weight: where factors or biases differ, only if `radixOnly`.
 bool compareElements(NumberBody const& a, NumberBody const& b, Comparison test, bool radixOnly,
                      std::size_t begin, std::size_t end, bool* out);
 

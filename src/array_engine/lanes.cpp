@@ -1,5 +1,7 @@
 #include "array_engine/lanes.h"
 
+#include "multiword/rounding.h"
+
 #include <cmath>
 #include <type_traits>
 
@@ -16,35 +18,76 @@
 namespace ORVEX::array_engine
 {
 
+namespace
+{
+
+template <class Lane>
+struct UnsignedOf : std::make_unsigned<Lane> {
+};
+template <>
+struct UnsignedOf<Lane128> {
+    __extension__ typedef unsigned __int128 type;
+};
+template <class Lane>
+using Unsigned = typename UnsignedOf<Lane>::type;
+
+/// Looks for lanes outside a range: marks them, or remembers how far above its least value one was, counted
+/// round the end of the lane.
+template <class Lane, bool marking>
+class Guard
+{
+public:
+    Guard(LaneLimits<Lane> limits, Marks* marks)
+        : least_(static_cast<Unsigned<Lane>>(limits.least)),
+          span_(static_cast<Unsigned<Lane>>(limits.most) - least_), marks_(marks)
+    {
+    }
+
+    void see(std::size_t i, Lane value)
+    {
+        auto const distance = static_cast<Unsigned<Lane>>(static_cast<Unsigned<Lane>>(value) - least_);
+        if constexpr (marking)
+            marks_[i] = static_cast<Marks>(marks_[i] | (distance > span_));
+        else
+            farthest_ = distance > farthest_ ? distance : farthest_;
+    }
+
+    bool found() const { return marking || farthest_ > span_; }
+
+private:
+    Unsigned<Lane> least_;
+    Unsigned<Lane> span_;
+    Unsigned<Lane> farthest_ = 0;
+    Marks* marks_;
+};
+
+} // namespace
+
 template <class T, class Lane>
 ORVEX_CLONES void widen(T const* words, std::size_t n, Lane* lanes)
 {
     for (std::size_t i = 0; i < n; ++i) lanes[i] = static_cast<Lane>(words[i]);
 }
 
-template <class Lane>
-ORVEX_CLONES void markOutside(Lane const* lanes, std::size_t n, Lane least, Lane most, Marks* marks)
-{
-    for (std::size_t i = 0; i < n; ++i)
-        marks[i] = static_cast<Marks>(marks[i] | (lanes[i] < least) | (lanes[i] > most));
-}
-
 template <class Lane, class T>
 ORVEX_CLONES void narrow(Lane const* lanes, std::size_t n, T* words)
 {
-    for (std::size_t i = 0; i < n; ++i) words[i] = static_cast<T>(lanes[i]);
+    for (std::size_t i = 0; i < n; ++i) words[i] = toWord<T>(lanes[i]);
 }
 
-/// Doubles that a 32-bit word holds go through one, which vectors convert.
-template <class T>
-ORVEX_CLONES void narrowReals(double const* lanes, std::size_t n, T* words)
+template <class Lane, bool marking>
+ORVEX_CLONES bool checkLanesBy(Lane const* in, std::size_t n, LaneLimits<Lane> limits, Marks* marks)
 {
-    for (std::size_t i = 0; i < n; ++i) {
-        if constexpr (sizeof(T) < 4 || std::is_same_v<T, std::int32_t>)
-            words[i] = static_cast<T>(static_cast<std::int32_t>(lanes[i]));
-        else
-            words[i] = static_cast<T>(lanes[i]);
-    }
+    Guard<Lane, marking> guard(limits, marks);
+    for (std::size_t i = 0; i < n; ++i) guard.see(i, in[i]);
+    return guard.found();
+}
+
+template <class Lane>
+bool checkLanes(Lane const* in, std::size_t n, LaneLimits<Lane> limits, Marks* marks)
+{
+    return marks ? checkLanesBy<Lane, true>(in, n, limits, marks)
+                 : checkLanesBy<Lane, false>(in, n, limits, marks);
 }
 
 namespace
@@ -68,61 +111,81 @@ inline double rounded(double y)
     return std::floor(y);
 }
 
+/// Calls f with the mode as a type. A mode outside the list rounds as Floor.
+template <class F>
+decltype(auto) withRounding(fxpModeRounding_tag round, F f)
+{
+    switch (round) {
+    case fxpModeRoundingZero: return f(std::integral_constant<fxpModeRounding_tag, fxpModeRoundingZero>{});
+    case fxpModeRoundingNearest:
+        return f(std::integral_constant<fxpModeRounding_tag, fxpModeRoundingNearest>{});
+    case fxpModeRoundingCeiling:
+        return f(std::integral_constant<fxpModeRounding_tag, fxpModeRoundingCeiling>{});
+    case fxpModeRoundingHalfAway:
+        return f(std::integral_constant<fxpModeRounding_tag, fxpModeRoundingHalfAway>{});
+    case fxpModeRoundingConvergent:
+        return f(std::integral_constant<fxpModeRounding_tag, fxpModeRoundingConvergent>{});
+    default: return f(std::integral_constant<fxpModeRounding_tag, fxpModeRoundingFloor>{});
+    }
+}
+
 } // namespace
 
-template <fxpModeRounding_tag round, bool scaled>
-ORVEX_CLONES void roundRealsBy(double const* reals, std::size_t n, RealToLane const& how, double* lanes,
+template <class Lane, fxpModeRounding_tag round, bool marking>
+ORVEX_CLONES bool roundRealsBy(double const* reals, std::size_t n, RealToLane const& how, Lane* out,
                                Marks* marks)
 {
-    double const bias = how.bias;
-    double const factor = how.factor;
+    // Scaled to less than this a value may have lost bits, which Ceiling and Floor care for.
+    constexpr double almostNothing = 0x1p-900;
     double const power = how.power;
     double const least = how.least;
     double const above = how.above;
+    std::uint64_t any = 0;
     for (std::size_t i = 0; i < n; ++i) {
-        double const x = scaled ? (reals[i] - bias) / factor : reals[i];
+        double const x = reals[i];
         double const y = x * power;
         double const r = rounded<round>(y);
-        bool const underflow = (y > 0.0) & (y < 1.0);
-        bool const outside = (r < least) | (r >= above);
-        bool const lost = (y == 0.0) & (x != 0.0);
-        bool const isNumber = y == y;
-        lanes[i] = (isNumber & !outside) ? r : 0.0;
-        marks[i] = static_cast<Marks>(underflow | outside | lost);
+        bool const inside = (r >= least) & (r < above); // not so of NaN
+        bool const vanishes = (y < 1.0) & (y > -almostNothing) & (x != 0.0);
+        out[i] = static_cast<Lane>(inside ? r : 0.0);
+        if constexpr (marking)
+            marks[i] = static_cast<Marks>(!inside | vanishes);
+        else
+            any |= !inside | vanishes ? 1u : 0u;
     }
+    return marking || any != 0;
 }
 
-template <fxpModeRounding_tag round>
-static void roundRealsBy(double const* reals, std::size_t n, RealToLane const& how, double* lanes,
-                         Marks* marks)
+static ORVEX_CLONES void unscaleReals(double const* reals, std::size_t n, double bias, double factor,
+                                      double* out)
 {
-    if (how.scaled)
-        roundRealsBy<round, true>(reals, n, how, lanes, marks);
-    else
-        roundRealsBy<round, false>(reals, n, how, lanes, marks);
+    for (std::size_t i = 0; i < n; ++i) out[i] = (reals[i] - bias) / factor;
 }
 
-void roundReals(double const* reals, std::size_t n, RealToLane const& how, fxpModeRounding_tag round,
-                double* lanes, Marks* marks)
+template <class Lane>
+bool roundReals(double const* reals, std::size_t n, RealToLane const& how, fxpModeRounding_tag round,
+                Lane* out, Marks* marks)
 {
-    switch (round) {
-    case fxpModeRoundingZero: return roundRealsBy<fxpModeRoundingZero>(reals, n, how, lanes, marks);
-    case fxpModeRoundingNearest: return roundRealsBy<fxpModeRoundingNearest>(reals, n, how, lanes, marks);
-    case fxpModeRoundingCeiling: return roundRealsBy<fxpModeRoundingCeiling>(reals, n, how, lanes, marks);
-    case fxpModeRoundingHalfAway: return roundRealsBy<fxpModeRoundingHalfAway>(reals, n, how, lanes, marks);
-    case fxpModeRoundingConvergent:
-        return roundRealsBy<fxpModeRoundingConvergent>(reals, n, how, lanes, marks);
-    default: return roundRealsBy<fxpModeRoundingFloor>(reals, n, how, lanes, marks);
+    double unscaled[blockSize];
+    if (how.scaled) {
+        unscaleReals(reals, n, how.bias, how.factor, unscaled);
+        reals = unscaled;
     }
+    return withRounding(round, [&](auto mode) {
+        return marks ? roundRealsBy<Lane, decltype(mode)::value, true>(reals, n, how, out, marks)
+                     : roundRealsBy<Lane, decltype(mode)::value, false>(reals, n, how, out, marks);
+    });
 }
 
-template <class Lane, fxpModeRounding_tag round>
-ORVEX_CLONES void shiftLanesDown(Lane* lanes, std::size_t n, int shift, Lane least, Lane most, Marks* marks)
+template <class Lane, fxpModeRounding_tag round, bool marking>
+ORVEX_CLONES bool shiftLanesDown(Lane const* in, std::size_t n, int shift, LaneLimits<Lane> limits, Lane* out,
+                                 Marks* marks)
 {
     Lane const half = static_cast<Lane>(Lane{1} << (shift - 1));
     Lane const rest = static_cast<Lane>(half - 1 + half);
+    Guard<Lane, marking> guard(limits, marks);
     for (std::size_t i = 0; i < n; ++i) {
-        Lane const x = lanes[i];
+        Lane const x = in[i];
         Lane value = static_cast<Lane>(x >> shift);
         Lane const tail = static_cast<Lane>(x & rest);
         if constexpr (round == fxpModeRoundingZero)
@@ -133,44 +196,39 @@ ORVEX_CLONES void shiftLanesDown(Lane* lanes, std::size_t n, int shift, Lane lea
             value = static_cast<Lane>(value + ((tail > half) | ((tail == half) & (x >= 0))));
         if constexpr (round == fxpModeRoundingConvergent)
             value = static_cast<Lane>(value + ((tail > half) | ((tail == half) & ((value & 1) != 0))));
-        lanes[i] = value;
-        marks[i] = static_cast<Marks>(marks[i] | (value < least) | (value > most));
+        out[i] = value;
+        guard.see(i, value);
     }
+    return guard.found();
 }
 
-template <class Lane>
-ORVEX_CLONES void shiftLanesUp(Lane* lanes, std::size_t n, int shift, Lane least, Lane most, Marks* marks)
+template <class Lane, bool marking>
+ORVEX_CLONES bool shiftLanesUp(Lane const* in, std::size_t n, int shift, LaneLimits<Lane> limits, Lane* out,
+                               Marks* marks)
 {
-    using Unsigned = std::make_unsigned_t<Lane>;
+    Guard<Lane, marking> guard(limits, marks);
     for (std::size_t i = 0; i < n; ++i) {
-        Lane const x = lanes[i];
-        marks[i] = static_cast<Marks>(marks[i] | (x < least) | (x > most));
-        lanes[i] = static_cast<Lane>(static_cast<Unsigned>(x) << shift);
+        Lane const x = in[i];
+        guard.see(i, x);
+        out[i] = static_cast<Lane>(static_cast<Unsigned<Lane>>(x) << shift);
     }
+    return guard.found();
 }
 
 template <class Lane>
-void shiftLanes(Lane* lanes, std::size_t n, LaneShift<Lane> const& how, Marks* marks)
+bool shiftLanes(Lane const* in, std::size_t n, LaneShift<Lane> const& how, Lane* out, Marks* marks)
 {
-    auto const down = [&](auto mode) {
-        shiftLanesDown<Lane, decltype(mode)::value>(lanes, n, how.shift, how.least, how.most, marks);
-    };
-    if (how.shift <= 0) return shiftLanesUp(lanes, n, -how.shift, how.least, how.most, marks);
-    switch (how.round) {
-    case fxpModeRoundingZero: return down(std::integral_constant<fxpModeRounding_tag, fxpModeRoundingZero>{});
-    case fxpModeRoundingNearest:
-        return down(std::integral_constant<fxpModeRounding_tag, fxpModeRoundingNearest>{});
-    case fxpModeRoundingCeiling:
-        return down(std::integral_constant<fxpModeRounding_tag, fxpModeRoundingCeiling>{});
-    case fxpModeRoundingHalfAway:
-        return down(std::integral_constant<fxpModeRounding_tag, fxpModeRoundingHalfAway>{});
-    case fxpModeRoundingConvergent:
-        return down(std::integral_constant<fxpModeRounding_tag, fxpModeRoundingConvergent>{});
-    default: return down(std::integral_constant<fxpModeRounding_tag, fxpModeRoundingFloor>{});
-    }
+    if (how.shift <= 0)
+        return marks ? shiftLanesUp<Lane, true>(in, n, -how.shift, how.limits, out, marks)
+                     : shiftLanesUp<Lane, false>(in, n, -how.shift, how.limits, out, marks);
+    return withRounding(how.round, [&](auto mode) {
+        constexpr auto round = decltype(mode)::value;
+        return marks ? shiftLanesDown<Lane, round, true>(in, n, how.shift, how.limits, out, marks)
+                     : shiftLanesDown<Lane, round, false>(in, n, how.shift, how.limits, out, marks);
+    });
 }
 
-// Sums and products are formed in unsigned lanes: a lane that is marked already
+// Sums and products are formed in unsigned lanes: a lane that is outside already
 // may hold anything. The second operand is an array or one lane for all.
 
 template <class Lane>
@@ -185,64 +243,143 @@ inline Lane at(Lane lane, std::size_t)
     return lane;
 }
 
-template <class Lane, bool minus, class Second>
-ORVEX_CLONES void addLanesBy(Lane* a, Second b, std::size_t n, Lane least, Lane most, Marks* marks)
+template <class Lane, bool minus, bool marking, class Second>
+ORVEX_CLONES bool addLanesBy(Lane const* a, Second b, std::size_t n, LaneLimits<Lane> limits, Lane* out,
+                             Marks* marks)
 {
-    using Unsigned = std::make_unsigned_t<Lane>;
+    Guard<Lane, marking> guard(limits, marks);
     for (std::size_t i = 0; i < n; ++i) {
-        Unsigned const x = static_cast<Unsigned>(a[i]);
-        Unsigned const y = static_cast<Unsigned>(at<Lane>(b, i));
+        auto const x = static_cast<Unsigned<Lane>>(a[i]);
+        auto const y = static_cast<Unsigned<Lane>>(at<Lane>(b, i));
         Lane const value = static_cast<Lane>(minus ? x - y : x + y);
-        marks[i] = static_cast<Marks>(marks[i] | (value < least) | (value > most));
-        a[i] = value;
+        guard.see(i, value);
+        out[i] = value;
+    }
+    return guard.found();
+}
+
+template <class Lane, class Second>
+static bool addSecond(Lane const* a, Second b, std::size_t n, bool minus, LaneLimits<Lane> limits, Lane* out,
+                      Marks* marks)
+{
+    if (minus)
+        return marks ? addLanesBy<Lane, true, true>(a, b, n, limits, out, marks)
+                     : addLanesBy<Lane, true, false>(a, b, n, limits, out, marks);
+    return marks ? addLanesBy<Lane, false, true>(a, b, n, limits, out, marks)
+                 : addLanesBy<Lane, false, false>(a, b, n, limits, out, marks);
+}
+
+template <class Lane>
+bool addLanes(Lane const* a, Lane const* b, std::size_t n, bool minus, LaneLimits<Lane> limits, Lane* out,
+              Marks* marks)
+{
+    return addSecond(a, b, n, minus, limits, out, marks);
+}
+
+template <class Lane>
+bool offsetLanes(Lane const* in, std::size_t n, Lane b, bool minus, LaneLimits<Lane> limits, Lane* out,
+                 Marks* marks)
+{
+    return addSecond(in, b, n, minus, limits, out, marks);
+}
+
+template <class Lane>
+static Unsigned<Lane> magnitude(Lane x)
+{
+    auto const bits = static_cast<Unsigned<Lane>>(x);
+    return static_cast<Unsigned<Lane>>(x < 0 ? -bits : bits);
+}
+
+template <class Lane>
+bool divideLanes(Lane const* a, Lane const* b, std::size_t n, LaneQuotient<Lane> const& how, Lane* out,
+                 Marks* marks)
+{
+    bool any = false;
+    for (std::size_t i = 0; i < n; ++i) {
+        auto const x = static_cast<Lane>(static_cast<Unsigned<Lane>>(a[i]) << how.upA);
+        auto const y = static_cast<Lane>(static_cast<Unsigned<Lane>>(b[i]) << how.upB);
+        bool const negative = (x < 0) != (y < 0) && x != 0;
+        bool outside = y == 0 || (negative && !how.isSigned) || (marks && marks[i]);
+        Lane value = 0;
+        if (!outside) {
+            value = static_cast<Lane>(x / y);
+            Lane const rest = static_cast<Lane>(x - value * y);
+            if (rest != 0) {
+                auto const left = magnitude(rest);
+                auto const missing = static_cast<Unsigned<Lane>>(magnitude(y) - left);
+                int const restToHalf = left > missing ? 1 : left < missing ? -1 : 0;
+                multiword::Tail const tail =
+                    multiword::tailOfQuotient(negative, restToHalf, (value & 1) != 0);
+                // Raising the floor of a negative quotient leads back to the truncated one.
+                if (multiword::bumps(how.round, tail) != negative)
+                    value = static_cast<Lane>(negative ? value - 1 : value + 1);
+            }
+            outside = value < how.limits.least || value > how.limits.most;
+        }
+        out[i] = value;
+        any |= outside;
+        if (marks) marks[i] = outside;
+    }
+    return any;
+}
+
+template <class Lane, class Second>
+ORVEX_CLONES void multiplyLanesBy(Lane const* a, Second b, std::size_t n, Lane* out)
+{
+    for (std::size_t i = 0; i < n; ++i)
+        out[i] = static_cast<Lane>(static_cast<Unsigned<Lane>>(a[i]) *
+                                   static_cast<Unsigned<Lane>>(at<Lane>(b, i)));
+}
+
+template <class Lane>
+void multiplyLanes(Lane const* a, Lane const* b, std::size_t n, Lane* out)
+{
+    multiplyLanesBy(a, b, n, out);
+}
+
+template <class Lane>
+void scaleLanes(Lane const* in, std::size_t n, Lane b, Lane* out)
+{
+    multiplyLanesBy(in, b, n, out);
+}
+
+template <class Lane>
+ORVEX_CLONES void multiplyPairs(Lane const* a, Lane const* b, std::size_t n, Lane* first, Lane* second)
+{
+    auto const product = [](Lane x, Lane y) {
+        return static_cast<Lane>(static_cast<Unsigned<Lane>>(x) * static_cast<Unsigned<Lane>>(y));
+    };
+    for (std::size_t i = 0; i < n; i += 2) {
+        first[i] = product(a[i], b[i]);
+        first[i + 1] = product(a[i], b[i + 1]);
+        second[i] = product(a[i + 1], b[i + 1]);
+        second[i + 1] = product(a[i + 1], b[i]);
     }
 }
 
 template <class Lane>
-void addLanes(Lane* a, Lane const* b, std::size_t n, bool minus, Lane least, Lane most, Marks* marks)
+ORVEX_CLONES void negateFirsts(Lane* lanes, std::size_t n)
 {
-    if (minus)
-        addLanesBy<Lane, true>(a, b, n, least, most, marks);
-    else
-        addLanesBy<Lane, false>(a, b, n, least, most, marks);
+    for (std::size_t i = 0; i < n; i += 2)
+        lanes[i] = static_cast<Lane>(Unsigned<Lane>{0} - static_cast<Unsigned<Lane>>(lanes[i]));
 }
 
 template <class Lane>
-void offsetLanes(Lane* a, std::size_t n, Lane b, bool minus, Lane least, Lane most, Marks* marks)
+ORVEX_CLONES void spreadLanes(Lane const* in, std::size_t n, bool withZeros, Lane* out)
 {
-    if (minus)
-        addLanesBy<Lane, true>(a, b, n, least, most, marks);
-    else
-        addLanesBy<Lane, false>(a, b, n, least, most, marks);
-}
-
-template <class Lane, class Second>
-ORVEX_CLONES void multiplyLanesBy(Lane* a, Second b, std::size_t n)
-{
-    using Unsigned = std::make_unsigned_t<Lane>;
-    for (std::size_t i = 0; i < n; ++i)
-        a[i] = static_cast<Lane>(static_cast<Unsigned>(a[i]) * static_cast<Unsigned>(at<Lane>(b, i)));
-}
-
-template <class Lane>
-void multiplyLanes(Lane* a, Lane const* b, std::size_t n)
-{
-    multiplyLanesBy(a, b, n);
-}
-
-template <class Lane>
-void scaleLanes(Lane* a, std::size_t n, Lane b)
-{
-    multiplyLanesBy(a, b, n);
+    Lane const keeps = withZeros ? 0 : -1;
+    for (std::size_t i = 0; i < n / 2; ++i) {
+        out[2 * i] = in[i];
+        out[2 * i + 1] = static_cast<Lane>(in[i] & keeps);
+    }
 }
 
 template <class Lane, Comparison test>
 ORVEX_CLONES void compareLanesBy(Lane const* a, Lane const* b, std::size_t n, int upA, int upB, bool* out)
 {
-    using Unsigned = std::make_unsigned_t<Lane>;
     for (std::size_t i = 0; i < n; ++i) {
-        Lane const x = static_cast<Lane>(static_cast<Unsigned>(a[i]) << upA);
-        Lane const y = static_cast<Lane>(static_cast<Unsigned>(b[i]) << upB);
+        Lane const x = static_cast<Lane>(static_cast<Unsigned<Lane>>(a[i]) << upA);
+        Lane const y = static_cast<Lane>(static_cast<Unsigned<Lane>>(b[i]) << upB);
         if constexpr (test == Comparison::equal) out[i] = x == y;
         if constexpr (test == Comparison::notEqual) out[i] = x != y;
         if constexpr (test == Comparison::less) out[i] = x < y;
@@ -267,6 +404,32 @@ void compareLanes(Lane const* a, Lane const* b, std::size_t n, int upA, int upB,
     }
 }
 
+template <class T, Bits operation>
+ORVEX_CLONES void combineBitsBy(T* out, T const* in, std::size_t n)
+{
+    for (std::size_t i = 0; i < n; ++i) {
+        if constexpr (operation == Bits::both) out[i] = static_cast<T>(out[i] & in[i]);
+        if constexpr (operation == Bits::either) out[i] = static_cast<T>(out[i] | in[i]);
+        if constexpr (operation == Bits::differing) out[i] = static_cast<T>(out[i] ^ in[i]);
+    }
+}
+
+template <class T>
+void combineBits(T* out, T const* in, std::size_t n, Bits operation)
+{
+    switch (operation) {
+    case Bits::both: return combineBitsBy<T, Bits::both>(out, in, n);
+    case Bits::either: return combineBitsBy<T, Bits::either>(out, in, n);
+    case Bits::differing: return combineBitsBy<T, Bits::differing>(out, in, n);
+    }
+}
+
+template <class Lane>
+ORVEX_CLONES void complementLanes(Lane* lanes, std::size_t n, Lane mask)
+{
+    for (std::size_t i = 0; i < n; ++i) lanes[i] = static_cast<Lane>(~lanes[i] & mask);
+}
+
 template <class T, class Real>
 ORVEX_CLONES void readWords(T const* words, std::size_t n, double power, double factor, double bias,
                             Real* out)
@@ -278,15 +441,13 @@ ORVEX_CLONES void readWords(T const* words, std::size_t n, double power, double 
 #define ORVEX_INSTANTIATE(T)                                                                                 \
     template void widen<T, Lane32>(T const*, std::size_t, Lane32*);                                          \
     template void widen<T, Lane64>(T const*, std::size_t, Lane64*);                                          \
+    template void widen<T, Lane128>(T const*, std::size_t, Lane128*);                                        \
     template void narrow<Lane32, T>(Lane32 const*, std::size_t, T*);                                         \
     template void narrow<Lane64, T>(Lane64 const*, std::size_t, T*);                                         \
+    template void narrow<Lane128, T>(Lane128 const*, std::size_t, T*);                                       \
+    template void narrow<double, T>(double const*, std::size_t, T*);                                         \
     template void readWords<T, double>(T const*, std::size_t, double, double, double, double*);              \
-    template void readWords<T, float>(T const*, std::size_t, double, double, double, float*);                \
-    template <>                                                                                              \
-    void narrow<double, T>(double const* lanes, std::size_t n, T* words)                                     \
-    {                                                                                                        \
-        narrowReals(lanes, n, words);                                                                        \
-    }
+    template void readWords<T, float>(T const*, std::size_t, double, double, double, float*);
 ORVEX_INSTANTIATE(std::int8_t)
 ORVEX_INSTANTIATE(std::uint8_t)
 ORVEX_INSTANTIATE(std::int16_t)
@@ -296,20 +457,39 @@ ORVEX_INSTANTIATE(std::uint32_t)
 ORVEX_INSTANTIATE(long long)
 ORVEX_INSTANTIATE(unsigned long long)
 #undef ORVEX_INSTANTIATE
+template void widen<TwoChunks, Lane128>(TwoChunks const*, std::size_t, Lane128*);
+template void narrow<Lane32, TwoChunks>(Lane32 const*, std::size_t, TwoChunks*);
+template void narrow<Lane64, TwoChunks>(Lane64 const*, std::size_t, TwoChunks*);
+template void narrow<Lane128, TwoChunks>(Lane128 const*, std::size_t, TwoChunks*);
+template void narrow<double, TwoChunks>(double const*, std::size_t, TwoChunks*);
 
-template void markOutside<Lane32>(Lane32 const*, std::size_t, Lane32, Lane32, Marks*);
-template void markOutside<Lane64>(Lane64 const*, std::size_t, Lane64, Lane64, Marks*);
-template void shiftLanes<Lane32>(Lane32*, std::size_t, LaneShift<Lane32> const&, Marks*);
-template void shiftLanes<Lane64>(Lane64*, std::size_t, LaneShift<Lane64> const&, Marks*);
-template void addLanes<Lane32>(Lane32*, Lane32 const*, std::size_t, bool, Lane32, Lane32, Marks*);
-template void addLanes<Lane64>(Lane64*, Lane64 const*, std::size_t, bool, Lane64, Lane64, Marks*);
-template void offsetLanes<Lane32>(Lane32*, std::size_t, Lane32, bool, Lane32, Lane32, Marks*);
-template void offsetLanes<Lane64>(Lane64*, std::size_t, Lane64, bool, Lane64, Lane64, Marks*);
-template void scaleLanes<Lane32>(Lane32*, std::size_t, Lane32);
-template void scaleLanes<Lane64>(Lane64*, std::size_t, Lane64);
-template void multiplyLanes<Lane32>(Lane32*, Lane32 const*, std::size_t);
-template void multiplyLanes<Lane64>(Lane64*, Lane64 const*, std::size_t);
-template void compareLanes<Lane32>(Lane32 const*, Lane32 const*, std::size_t, int, int, Comparison, bool*);
-template void compareLanes<Lane64>(Lane64 const*, Lane64 const*, std::size_t, int, int, Comparison, bool*);
+#define ORVEX_INSTANTIATE(Lane)                                                                              \
+    template bool checkLanes<Lane>(Lane const*, std::size_t, LaneLimits<Lane>, Marks*);                      \
+    template bool shiftLanes<Lane>(Lane const*, std::size_t, LaneShift<Lane> const&, Lane*, Marks*);         \
+    template bool addLanes<Lane>(Lane const*, Lane const*, std::size_t, bool, LaneLimits<Lane>, Lane*,       \
+                                 Marks*);                                                                    \
+    template bool offsetLanes<Lane>(Lane const*, std::size_t, Lane, bool, LaneLimits<Lane>, Lane*, Marks*);  \
+    template bool divideLanes<Lane>(Lane const*, Lane const*, std::size_t, LaneQuotient<Lane> const&, Lane*, \
+                                    Marks*);                                                                 \
+    template void multiplyLanes<Lane>(Lane const*, Lane const*, std::size_t, Lane*);                         \
+    template void scaleLanes<Lane>(Lane const*, std::size_t, Lane, Lane*);                                   \
+    template void multiplyPairs<Lane>(Lane const*, Lane const*, std::size_t, Lane*, Lane*);                  \
+    template void negateFirsts<Lane>(Lane*, std::size_t);                                                    \
+    template void spreadLanes<Lane>(Lane const*, std::size_t, bool, Lane*);                                  \
+    template void compareLanes<Lane>(Lane const*, Lane const*, std::size_t, int, int, Comparison, bool*);
+ORVEX_INSTANTIATE(Lane32)
+ORVEX_INSTANTIATE(Lane64)
+ORVEX_INSTANTIATE(Lane128)
+#undef ORVEX_INSTANTIATE
+
+template bool roundReals<Lane32>(double const*, std::size_t, RealToLane const&, fxpModeRounding_tag, Lane32*,
+                                 Marks*);
+template bool roundReals<double>(double const*, std::size_t, RealToLane const&, fxpModeRounding_tag, double*,
+                                 Marks*);
+template void combineBits<unsigned char>(unsigned char*, unsigned char const*, std::size_t, Bits);
+template void combineBits<Lane32>(Lane32*, Lane32 const*, std::size_t, Bits);
+template void combineBits<Lane64>(Lane64*, Lane64 const*, std::size_t, Bits);
+template void complementLanes<Lane32>(Lane32*, std::size_t, Lane32);
+template void complementLanes<Lane64>(Lane64*, std::size_t, Lane64);
 
 } // namespace ORVEX::array_engine

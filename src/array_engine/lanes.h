@@ -3,41 +3,78 @@
 /// one machine type.
 ///
 /// A lane loop computes the value that an element gets when its store raises no
-/// event, and marks the elements whose store would raise one. It never decides
-/// what such an element becomes: the scalar kernels do, element by element. The
-/// loops are compiled for several instruction sets and chosen when the library
-/// is loaded.
+/// event. It never decides what another element becomes: the scalar kernels do,
+/// element by element. A loop that can meet such elements is told where they are
+/// to be marked; without that it tells whether there is one, which is cheaper.
+/// The loops are compiled for several instruction sets and chosen when the
+/// library is loaded.
 #pragma once
 
 #include <orvex/foundation/fxpmodes.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace ORVEX::array_engine
 {
 
 using Lane32 = std::int32_t;
 using Lane64 = long long;
+__extension__ typedef __int128 Lane128;
 
-/// Elements per block: values and marks of two operands stay within a few
-/// kilobytes.
+/// Elements per block: the lanes of two operands stay within the first-level cache.
 inline constexpr std::size_t blockSize = 512;
 
 /// One byte per element: 1 if its store would raise an event.
 using Marks = std::uint8_t;
 
+/// A word of 65 to 128 bits as it is stored.
+struct TwoChunks {
+    unsigned long long low;
+    unsigned long long high;
+
+    TwoChunks() = default;
+    explicit TwoChunks(Lane128 value)
+        : low(static_cast<unsigned long long>(value)), high(static_cast<unsigned long long>(value >> 64))
+    {
+    }
+    explicit operator Lane128() const
+    {
+        return static_cast<Lane128>(static_cast<long long>(high)) << 64 | static_cast<Lane128>(low);
+    }
+};
+
 /// Reads n words into lanes, by their own signedness.
 template <class T, class Lane>
 void widen(T const* words, std::size_t n, Lane* lanes);
 
-/// Marks lanes outside a range.
-template <class Lane>
-void markOutside(Lane const* lanes, std::size_t n, Lane least, Lane most, Marks* marks);
+/// A word that holds the value of a lane.
+template <class T, class Lane>
+T toWord(Lane lane)
+{
+    if constexpr (std::is_same_v<T, TwoChunks>)
+        return TwoChunks(static_cast<Lane128>(lane));
+    else
+        return static_cast<T>(lane);
+}
 
 /// Writes n lanes into words that hold their values.
 template <class Lane, class T>
 void narrow(Lane const* lanes, std::size_t n, T* words);
+
+/// What lanes have to stay within, the ends included.
+template <class Lane>
+struct LaneLimits {
+    Lane least;
+    Lane most;
+};
+
+// The following answer whether a lane is outside, or mark those lanes and answer true. `out` may be `in` or
+// `a`.
+
+template <class Lane>
+bool checkLanes(Lane const* in, std::size_t n, LaneLimits<Lane> limits, Marks* marks);
 
 /// How doubles become stored integers: (x - bias) / factor * power, then
 /// rounded.
@@ -50,11 +87,11 @@ struct RealToLane {
     bool scaled;  ///< bias and factor are not trivial
 };
 
-/// Rounds doubles to whole doubles. Marks what underflows, is out of range or
-/// infinite, and what the power scales to zero. NaN gives 0, unmarked. Cheapest
-/// is not a mode here.
-void roundReals(double const* reals, std::size_t n, RealToLane const& how, fxpModeRounding_tag round,
-                double* lanes, Marks* marks);
+/// Rounds doubles to whole ones, in Lane32 if that holds the range. Outside is what underflows, is out of
+/// range or no number, and what the power scales to almost nothing. Cheapest is not a mode here.
+template <class Lane>
+bool roundReals(double const* reals, std::size_t n, RealToLane const& how, fxpModeRounding_tag round,
+                Lane* out, Marks* marks);
 
 /// How a stored integer moves to another exponent: down by `shift` bits with
 /// rounding, or up by -shift.
@@ -62,36 +99,74 @@ template <class Lane>
 struct LaneShift {
     int shift;
     fxpModeRounding_tag round;
-    Lane least; ///< of the lanes after a shift down, before a shift up
-    Lane most;
+    LaneLimits<Lane> limits; ///< of the lanes after a shift down, before a shift up
 };
 
-/// Shifts in place and marks what leaves the range.
 template <class Lane>
-void shiftLanes(Lane* lanes, std::size_t n, LaneShift<Lane> const& how, Marks* marks);
+bool shiftLanes(Lane const* in, std::size_t n, LaneShift<Lane> const& how, Lane* out, Marks* marks);
 
-/// a := a + b or a - b; marks what leaves the range. The lanes themselves do
-/// not overflow.
+/// out := a + b or a - b, which the lanes hold.
 template <class Lane>
-void addLanes(Lane* a, Lane const* b, std::size_t n, bool minus, Lane least, Lane most, Marks* marks);
+bool addLanes(Lane const* a, Lane const* b, std::size_t n, bool minus, LaneLimits<Lane> limits, Lane* out,
+              Marks* marks);
 
-/// a := a + b or a - b for one b; marks what leaves the range.
+/// out := in + b or in - b for one b, which the lanes hold.
 template <class Lane>
-void offsetLanes(Lane* a, std::size_t n, Lane b, bool minus, Lane least, Lane most, Marks* marks);
+bool offsetLanes(Lane const* in, std::size_t n, Lane b, bool minus, LaneLimits<Lane> limits, Lane* out,
+                 Marks* marks);
 
-/// a := a * b for one b, which the lanes hold.
+/// How a quotient is formed: a * 2^upA / (b * 2^upB), which the lanes hold, rounded.
 template <class Lane>
-void scaleLanes(Lane* a, std::size_t n, Lane b);
+struct LaneQuotient {
+    int upA;
+    int upB;
+    fxpModeRounding_tag round;
+    LaneLimits<Lane> limits; ///< of the truncated quotient; outside is also what it may be stepped out of
+    bool isSigned;           ///< else no quotient below zero is inside, not even one that is rounded to it
+};
 
-/// a := a * b, which the lanes hold.
+/// Division by zero is outside.
 template <class Lane>
-void multiplyLanes(Lane* a, Lane const* b, std::size_t n);
+bool divideLanes(Lane const* a, Lane const* b, std::size_t n, LaneQuotient<Lane> const& how, Lane* out,
+                 Marks* marks);
+
+/// out := a * b, which the lanes hold.
+template <class Lane>
+void multiplyLanes(Lane const* a, Lane const* b, std::size_t n, Lane* out);
+
+/// out := in * b for one b, which the lanes hold.
+template <class Lane>
+void scaleLanes(Lane const* in, std::size_t n, Lane b, Lane* out);
+
+/// Of complex numbers in pairs of lanes the products that their product is put together from: `first` gets
+/// the real part of a times both parts of b, `second` the imaginary part of a times b's imaginary and real
+/// part.
+template <class Lane>
+void multiplyPairs(Lane const* a, Lane const* b, std::size_t n, Lane* first, Lane* second);
+
+/// Negates the first lane of each pair.
+template <class Lane>
+void negateFirsts(Lane* lanes, std::size_t n);
+
+/// out := n / 2 lanes, each twice, or each before a 0. Not in place.
+template <class Lane>
+void spreadLanes(Lane const* in, std::size_t n, bool withZeros, Lane* out);
 
 enum class Comparison { equal, notEqual, less, greater, lessOrEqual, greaterOrEqual };
 
 /// Compares a * 2^upA with b * 2^upB, which the lanes hold.
 template <class Lane>
 void compareLanes(Lane const* a, Lane const* b, std::size_t n, int upA, int upB, Comparison test, bool* out);
+
+enum class Bits { both, either, differing };
+
+/// out := out op in, bit by bit. T is a byte, or a lane.
+template <class T>
+void combineBits(T* out, T const* in, std::size_t n, Bits operation);
+
+/// Complements lanes and keeps of each the bits of the mask.
+template <class Lane>
+void complementLanes(Lane* lanes, std::size_t n, Lane mask);
 
 /// value * power * factor + bias of each word, in double, into doubles or
 /// floats.

@@ -1,7 +1,11 @@
 #include "array_engine/parallelframe.h"
 
 #include <tbb/blocked_range.h>
+#include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
+
+#include <algorithm>
 
 #ifdef ORVEX_THREAD_SANITIZER
 #include <sanitizer/tsan_interface.h>
@@ -36,18 +40,27 @@ private:
 
 } // namespace
 
-void parallelFor(std::size_t count, std::function<void(std::size_t, std::size_t)> const& work)
+void parallelFor(std::size_t count, std::size_t grain,
+                 std::function<void(std::size_t, std::size_t)> const& work)
 {
     if (count == 0) return;
+    if (count < 2 * grain) return work(0, count);
+    using Control = tbb::global_control;
+    auto const threads = std::min(static_cast<std::size_t>(tbb::this_task_arena::max_concurrency()),
+                                  Control::active_value(Control::max_allowed_parallelism));
+    if (threads == 1) return work(0, count);
+    // Some ranges for each thread, so that one which comes late finds less to do.
+    constexpr std::size_t rangesPerThread = 4;
+    std::size_t const most = std::max(grain, count / (rangesPerThread * threads) + 1);
     [[maybe_unused]] Ordered const caller(&work, true);
     tbb::task_group_context context;
     tbb::parallel_for(
-        tbb::blocked_range<std::size_t>(0, count),
+        tbb::blocked_range<std::size_t>(0, count, most),
         [&work](tbb::blocked_range<std::size_t> const& range) {
             [[maybe_unused]] Ordered const worker(&work, false);
             work(range.begin(), range.end());
         },
-        tbb::auto_partitioner(), context);
+        tbb::simple_partitioner(), context);
 }
 
 } // namespace ORVEX::array_engine

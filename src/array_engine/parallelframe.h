@@ -12,9 +12,16 @@ namespace ORVEX::array_engine
 /// part is an item.
 inline constexpr unsigned long long serialLimit = 500;
 
+/// As many items as take some microseconds, which it costs to wake another thread: of work in lanes, and of
+/// work by the scalar routines.
+inline constexpr std::size_t laneGrain = 8192;
+inline constexpr std::size_t scalarGrain = 256;
+
 /// Calls work(begin, end) on disjoint ranges that cover 0 to count - 1, on the caller's thread and those of
 /// Threading Building Blocks, and returns when all are done. The first exception cancels ranges that have not
-/// been started and is rethrown here. A count of 0 starts nothing.
-void parallelFor(std::size_t count, std::function<void(std::size_t begin, std::size_t end)> const& work);
+/// been started and is rethrown here. A count of 0 starts nothing, and less than two grains stay on the
+/// caller's thread.
+void parallelFor(std::size_t count, std::size_t grain,
+                 std::function<void(std::size_t begin, std::size_t end)> const& work);
 
 } // namespace ORVEX::array_engine

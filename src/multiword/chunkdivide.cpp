@@ -183,7 +183,8 @@ private:
     long long scale_;
 };
 
-/// Cheapest stands for what the target's own division does.
+} // namespace
+
 fxpModeRounding_tag resolveDivisionRounding(OrvexClientInterface& client, fxpModeRounding_tag round)
 {
     if (round != fxpModeRoundingCheapest) return round;
@@ -191,17 +192,6 @@ fxpModeRounding_tag resolveDivisionRounding(OrvexClientInterface& client, fxpMod
     bool const floors = hardware && hardware->getHWIntDivRndMode() == FxpHardwareRoundingFloor;
     return floors ? fxpModeRoundingFloor : fxpModeRoundingZero;
 }
-
-/// The tail of the quotient's floor, from a truncated magnitude that is not exact and how its rest compares
-/// to half.
-Tail tailOfQuotient(bool negative, int restToHalf, bool odd)
-{
-    if (!negative) return {false, restToHalf >= 0, restToHalf != 0, odd};
-    // The floor is one further from zero, and what it lacks is one less the rest.
-    return {true, restToHalf <= 0, restToHalf != 0, !odd};
-}
-
-} // namespace
 
 void divideChunks(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp const& to, Chunk const* a,
                   fxpDataTypeProp const& aType, int aCount, Chunk const* b, fxpDataTypeProp const& bType,

@@ -7,6 +7,9 @@
 namespace ORVEX::multiword
 {
 
+/// Cheapest stands for what the target's own division does.
+fxpModeRounding_tag resolveDivisionRounding(OrvexClientInterface& client, fxpModeRounding_tag round);
+
 /// dst := a / b in the type `to`, rounded once from the exact quotient; exponents are looked at, slope
 /// factors and biases are not. dst has the chunks of `to` and is neither a nor b: it is scratch, which a
 /// caller stores when all events have been told.

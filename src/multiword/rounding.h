@@ -31,4 +31,13 @@ constexpr bool bumps(fxpModeRounding_tag mode, Tail tail)
     return false;
 }
 
+/// The tail of the quotient's floor, from a truncated magnitude that is not exact and how its rest compares
+/// to half.
+constexpr Tail tailOfQuotient(bool negative, int restToHalf, bool odd)
+{
+    if (!negative) return {false, restToHalf >= 0, restToHalf != 0, odd};
+    // The floor is one further from zero, and what it lacks is one less the rest.
+    return {true, restToHalf <= 0, restToHalf != 0, !odd};
+}
+
 } // namespace ORVEX::multiword

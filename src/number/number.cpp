@@ -72,9 +72,9 @@ Number::Number(Number const& other, NumberUtils::CopyIndexOnly shares)
 
 Number::Number(Number const& other, fxpDataTypeProp const& type, fxpModeRounding_tag const& round,
                fxpModeOverflow_tag const& overflow)
-    : Number(createAllZeroNumberBodyWithSpecifiedType(other.getNumberOfElements(), other.getNDims(),
-                                                      other.getDims(), type, other.getFxpClient(), round,
-                                                      overflow, other.isComplex()))
+    : Number(createAllZeroNumberBodyWithSpecifiedType(
+          other.getNumberOfElements(), other.getNDims(), other.getDims(), type, other.getFxpClient(), round,
+          overflow, other.isComplex(), number_body::holdsStoredIntegers(other.body())))
 {
     if (body_) arrayEquals(*this, other);
 }
@@ -88,13 +88,13 @@ void Number::throwNoBody()
     throw std::logic_error("Number: no representation holds a boolean or an unknown data type mode");
 }
 
-std::unique_ptr<NumberBody>
-Number::createAllZeroNumberBodyWithSpecifiedType(unsigned long long count, unsigned long long nDims,
-                                                 unsigned long long const* dims, fxpDataTypeProp const& type,
-                                                 OrvexClientInterface& client, fxpModeRounding_tag round,
-                                                 fxpModeOverflow_tag overflow, bool isComplex)
+std::unique_ptr<NumberBody> Number::createAllZeroNumberBodyWithSpecifiedType(
+    unsigned long long count, unsigned long long nDims, unsigned long long const* dims,
+    fxpDataTypeProp const& type, OrvexClientInterface& client, fxpModeRounding_tag round,
+    fxpModeOverflow_tag overflow, bool isComplex, bool isOverwritten)
 {
-    auto body = number_body::createZeroBody({type, client, count, round, overflow}, isComplex);
+    auto* const create = isOverwritten ? number_body::createOverwrittenBody : number_body::createZeroBody;
+    auto body = create({type, client, count, round, overflow}, isComplex);
     if (body) {
         body->setNDims(nDims);
         body->setDims(dims);
@@ -299,14 +299,11 @@ void Number::setValue(double const* values) { body().setValue(values); }
 namespace
 {
 
-/// Fixed types in one storage class each go by blocks.
 bool assignInBlocks(NumberBody& target, NumberBody const& source, unsigned long long count,
                     array_engine::ScalarRoutine const& assignOne,
                     array_engine::ScalarRoutine const& setCursors)
 {
-    if (count < array_engine::fewestParts || !target.isSingleChunk() ||
-        !number_body::holdsStoredIntegers(source))
-        return false;
+    if (count < array_engine::fewestParts || !number_body::holdsStoredIntegers(source)) return false;
     if (target.dataType().mode != fxpModeDataTypeFixed) return false;
     array_engine::StoredCast const cast(target.client(), target.dataType(), source.dataType(),
                                         target.roundMode(), target.overflowMode());
@@ -323,6 +320,15 @@ void Number::arrayEquals(Number& target, Number const& source)
     if (count > array_engine::serialLimit) return target.body().arrayAssignParallel(&source.body(), count);
     unsigned long long const targetCursor = target.getIndex();
     unsigned long long const sourceCursor = source.getIndex();
+    assignSerially(target, source);
+    target.setIndex(targetCursor);
+    source.setIndex(sourceCursor);
+}
+
+/// Every element, on this thread; leaves the cursors anywhere.
+void Number::assignSerially(Number& target, Number const& source)
+{
+    unsigned long long const count = target.getNumberOfElements();
     auto const setCursors = [&](std::size_t i) {
         target.setIndex(i);
         source.setIndex(source.isScalar() ? 0 : i);
@@ -333,8 +339,6 @@ void Number::arrayEquals(Number& target, Number const& source)
     };
     if (!assignInBlocks(target.body(), source.body(), count, assignOne, setCursors))
         for (std::size_t i = 0; i < count; ++i) assignOne(i);
-    target.setIndex(targetCursor);
-    source.setIndex(sourceCursor);
 }
 
 void Number::setMaxRWValue() { body().setMaxRWValue(); }

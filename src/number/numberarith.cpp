@@ -238,21 +238,12 @@ Number Number::divide(Number const& a, Number const& b, fxpDataTypeProp const& t
     return result;
 }
 
-namespace
-{
-
-constexpr auto bulkPlus = array_engine::Binary::plus;
-constexpr auto bulkMinus = array_engine::Binary::minus;
-constexpr auto bulkTimes = array_engine::Binary::times;
-
-} // namespace
-
 /// Calls compute(result element) for each pair of elements, all cursors set. An operand of one element stays
-/// at its cursor, unless both have one: then b's moves to its element 0.
-/// Where `compute` is one of the operations that run in blocks, `operation` names it.
-template <class Compute>
+/// at its cursor, unless both have one: then b's moves to its element 0. Where inBlocks(result, computeOne)
+/// does it all in blocks of elements, it answers true.
+template <class Compute, class InBlocks>
 Number Number::elementwise(Number const& a, Number const& b, fxpDataTypeProp const& type, bool isComplex,
-                           Compute compute, array_engine::Binary const* operation)
+                           Compute compute, InBlocks inBlocks)
 {
     if (!a.isScalar() && !b.isScalar() && !a.isSameSize(b))
         NumberUtils::throwIExceptionFromMessageID(Orvex::number::ArrayDimMustAgree());
@@ -262,7 +253,7 @@ Number Number::elementwise(Number const& a, Number const& b, fxpDataTypeProp con
     unsigned long long const count = shape.getNumberOfElements();
     Number result(createAllZeroNumberBodyWithSpecifiedType(count, shape.getNDims(), shape.getDims(), type,
                                                            a.getFxpClient(), a.getRoundMode(),
-                                                           a.getOverflowMode(), isComplex));
+                                                           a.getOverflowMode(), isComplex, true));
     auto const setCursors = [&](std::size_t i) {
         result.setIndex(i);
         if (walksA) a.setIndex(i);
@@ -272,7 +263,7 @@ Number Number::elementwise(Number const& a, Number const& b, fxpDataTypeProp con
         setCursors(i);
         compute(result);
     };
-    if (operation && array_engine::combineElements(result.body(), *operation, a.body(), b.body(), computeOne))
+    if (inBlocks(result.body(), computeOne))
         setCursors(count - 1); // where the walk would have left them
     else
         for (std::size_t i = 0; i < count; ++i) computeOne(i);
@@ -284,7 +275,8 @@ Number Number::elementwise(Number const& a, Number const& b, fxpDataTypeProp con
 Number Number::convertedSerially(fxpDataTypeProp const& type) const
 {
     Number result = zeroLike(type, getRoundMode(), getOverflowMode(), isComplex());
-    for (unsigned long long i = 0; i < getNumberOfElements(); ++i) result[i] = (*this)[i];
+    assignSerially(result, *this);
+    if (!isEmpty()) setIndex(getNumberOfElements() - 1);
     result.setIndex(0);
     return result;
 }
@@ -300,7 +292,9 @@ Number Number::arrayPlus(Number const& a, Number const& b, fxpDataTypeProp const
         sum = a;
         sum += b;
     };
-    return elementwise(a, b, sumType, a.isComplex() || b.isComplex(), add, &bulkPlus);
+    return elementwise(a, b, sumType, a.isComplex() || b.isComplex(), add, [&](auto& sum, auto addOne) {
+        return array_engine::addElements(sum, false, a.body(), b.body(), addOne);
+    });
 }
 
 Number Number::arrayPlus(Number const& a, Number const& b, fxpDataTypeProp const& sumType,
@@ -321,7 +315,10 @@ Number Number::arrayMinus(Number const& a, Number const& b, fxpDataTypeProp cons
         difference = a;
         difference -= b;
     };
-    return elementwise(a, b, sumType, a.isComplex() || b.isComplex(), subtract, &bulkMinus);
+    return elementwise(
+        a, b, sumType, a.isComplex() || b.isComplex(), subtract, [&](auto& difference, auto subtractOne) {
+            return array_engine::addElements(difference, true, a.body(), b.body(), subtractOne);
+        });
 }
 
 Number Number::arrayMinus(Number const& a, Number const& b, fxpDataTypeProp const& sumType,
@@ -345,20 +342,20 @@ Number Number::arrayTimes(Number const& a, Number const& b, fxpDataTypeProp cons
                           fxpDataTypeProp const& outputType)
 {
     bool const isComplex = a.isComplex() || b.isComplex();
-    if (a.isComplex() && b.isComplex())
-        return elementwise(a, b, outputType, true,
-                           [&](Number& result) { result.isComplexProductOf(a, b, productType); });
-    // The factors keep their order here, also if the first is the real one.
-    if (productType == outputType)
-        return elementwise(
-            a, b, outputType, isComplex, [&](Number& result) { result.isProductOf(a, b); }, &bulkTimes);
+    auto const inBlocks = [&](auto& result, auto multiplyOne) {
+        return array_engine::multiplyElements(result, a.body(), b.body(), productType, multiplyOne);
+    };
     // Made when shapes have been checked and the result has been filled: a biased type may report either.
     std::unique_ptr<Number> product;
-    return elementwise(a, b, outputType, isComplex, [&](Number& result) {
+    auto const multiply = [&](Number& result) {
+        if (a.isComplex() && b.isComplex()) return result.isComplexProductOf(a, b, productType);
+        // The factors keep their order here, also if the first is the real one.
+        if (productType == outputType) return result.isProductOf(a, b);
         if (!product) product.reset(new Number(a.zeroScalar(productType, isComplex, 1)));
         product->isProductOf(a, b);
         result = *product;
-    });
+    };
+    return elementwise(a, b, outputType, isComplex, multiply, inBlocks);
 }
 
 Number Number::arrayTimes(Number const& a, Number const& b, fxpDataTypeProp const& productType,
@@ -370,7 +367,11 @@ Number Number::arrayTimes(Number const& a, Number const& b, fxpDataTypeProp cons
 
 Number Number::arrayDivide(Number const& a, Number const& b, fxpDataTypeProp const& type)
 {
-    return elementwise(a, b, type, a.isComplex(), [&](Number& result) { result.isQuotientOf(a, b); });
+    return elementwise(
+        a, b, type, a.isComplex(), [&](Number& result) { result.isQuotientOf(a, b); },
+        [&](auto& result, auto divideOne) {
+            return array_engine::divideElements(result, a.body(), b.body(), divideOne);
+        });
 }
 
 Number& Number::arrayPlusEquals(Number const& other)
@@ -388,7 +389,7 @@ Number& Number::arrayPlusEquals(Number const& other)
             if (!other.isScalar()) other.setIndex(i);
             *this += other;
         };
-        if (!array_engine::combineElements(body(), bulkPlus, body(), other.body(), addOne))
+        if (!array_engine::addElements(body(), false, body(), other.body(), addOne))
             for (std::size_t i = 0; i < getNumberOfElements(); ++i) addOne(i);
     }
     setIndex(cursor);

@@ -135,39 +135,47 @@ Number Number::bitCmp(Number const& a)
 }
 
 template <class Combine>
-Number Number::combineBitsOfArrays(Number const& a, Number const& b, Combine combine)
+Number Number::combineBitsOfArrays(Number const& a, Number const& b, array_engine::Bits operation,
+                                   Combine combine)
 {
     bool const bFollowsA = b.isScalar() || a.isSameSize(b);
     if (!bFollowsA && !a.isScalar()) throwDimensions();
     Number result(bFollowsA ? a : b);
-    for (unsigned long long i = 0; i < result.getNumberOfElements(); ++i) {
-        result.setIndex(i);
-        if (bFollowsA) b.setIndex(b.isScalar() ? 0 : i);
-        combine(result, bFollowsA ? b : a);
-    }
+    Number const& other = bFollowsA ? b : a;
+    unsigned long long const count = result.getNumberOfElements();
+    if (bFollowsA && count > 0) b.setIndex(b.isScalar() ? 0 : count - 1);
+    if (!array_engine::combineBitsOfElements(result.body(), operation, other.body()))
+        for (unsigned long long i = 0; i < count; ++i) {
+            result.setIndex(i);
+            if (bFollowsA && !b.isScalar()) b.setIndex(i);
+            combine(result, other);
+        }
     result.setIndex(0);
     return result;
 }
 
 Number Number::arrayBitAnd(Number const& a, Number const& b)
 {
-    return combineBitsOfArrays(a, b, [](Number& x, Number const& y) { x.bitAndEqual(y); });
+    return combineBitsOfArrays(a, b, array_engine::Bits::both,
+                               [](Number& x, Number const& y) { x.bitAndEqual(y); });
 }
 
 Number Number::arrayBitOr(Number const& a, Number const& b)
 {
-    return combineBitsOfArrays(a, b, [](Number& x, Number const& y) { x.bitOrEqual(y); });
+    return combineBitsOfArrays(a, b, array_engine::Bits::either,
+                               [](Number& x, Number const& y) { x.bitOrEqual(y); });
 }
 
 Number Number::arrayBitXor(Number const& a, Number const& b)
 {
-    return combineBitsOfArrays(a, b, [](Number& x, Number const& y) { x.bitXorEqual(y); });
+    return combineBitsOfArrays(a, b, array_engine::Bits::differing,
+                               [](Number& x, Number const& y) { x.bitXorEqual(y); });
 }
 
 Number Number::arrayBitCmp(Number const& a)
 {
     Number result(a);
-    result.forEachElement([&] { result.bitCmp(); });
+    if (!array_engine::complementElements(result.body())) result.forEachElement([&] { result.bitCmp(); });
     result.setIndex(0);
     return result;
 }

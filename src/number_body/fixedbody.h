@@ -139,6 +139,8 @@ protected:
         else
             return getNumChunks();
     }
+    /// How many elements are worth another thread, in operations that lanes do where they hold an element.
+    std::size_t grainOfLanes() const;
     Word* place(unsigned long long element, Part part) const;
     Word* here(Part part) const { return place(index(), part); }
     Chunk lowChunk(unsigned long long element, Part part) const;

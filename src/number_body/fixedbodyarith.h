@@ -368,7 +368,7 @@ void FixedBody<Storage, Parts>::arrayCompareParallel(NumberBody const* other, bo
                                             count(), n) == 0;
         });
     };
-    array_engine::parallelFor(elements, [&](std::size_t begin, std::size_t end) {
+    array_engine::parallelFor(elements, grainOfLanes(), [&](std::size_t begin, std::size_t end) {
         if (array_engine::compareElements(*this, *other, array_engine::Comparison::equal, true, begin, end,
                                           out))
             return;

@@ -175,6 +175,12 @@ void FixedBody<Storage, Parts>::storeRealWorld(Word* place, double value)
 }
 
 template <class Storage, int Parts>
+std::size_t FixedBody<Storage, Parts>::grainOfLanes() const
+{
+    return count() <= 2 ? array_engine::laneGrain : array_engine::scalarGrain;
+}
+
+template <class Storage, int Parts>
 void FixedBody<Storage, Parts>::setValue(double const* values)
 {
     auto const storeOne = [this, values](std::size_t i) {
@@ -187,7 +193,7 @@ void FixedBody<Storage, Parts>::setValue(double const* values)
     };
     unsigned long long const parts = numberOfElements() * Parts;
     if (parts > array_engine::serialLimit)
-        array_engine::parallelFor(parts, store);
+        array_engine::parallelFor(parts, grainOfLanes(), store);
     else
         store(0, parts);
 }
@@ -275,7 +281,8 @@ void FixedBody<Storage, Parts>::arrayAssignParallel(NumberBody const* other, uns
             });
         }
     };
-    array_engine::parallelFor(elements, [&](std::size_t begin, std::size_t end) {
+    std::size_t const grain = cast.last() ? array_engine::scalarGrain : grainOfLanes();
+    array_engine::parallelFor(elements, grain, [&](std::size_t begin, std::size_t end) {
         if (array_engine::assignElements(*this, *other, cast, begin, end, assignOne)) return;
         for (std::size_t i = begin; i < end; ++i) assignOne(i);
     });

@@ -109,13 +109,29 @@ NumberBody* NumberBodyFactory::createNumberBody(NumberBody const* other,
     });
 }
 
+namespace
+{
+
+/// Whether real-world 0.0 is the stored integer 0, which is stored without an event.
+bool zeroIsSilent(fxpDataTypeProp const& type)
+{
+    return type.mode == fxpModeDataTypeFixed && type.bias == 0.0;
+}
+
+} // namespace
+
 std::unique_ptr<NumberBody> ORVEX::number_body::createZeroBody(NumberBody::Spec const& spec, bool isComplex)
 {
+    auto body = createOverwrittenBody(spec, isComplex);
+    if (body && zeroIsSilent(spec.type)) body->clear();
+    return body;
+}
+
+std::unique_ptr<NumberBody> ORVEX::number_body::createOverwrittenBody(NumberBody::Spec const& spec,
+                                                                      bool isComplex)
+{
     auto body = make(spec, isComplex);
-    if (!body) return body;
-    if (spec.type.mode == fxpModeDataTypeFixed && spec.type.bias == 0.0) {
-        body->clear(); // what storing 0.0 does, without an event
-    } else {
+    if (body && !zeroIsSilent(spec.type)) {
         std::vector<double> const zeros(spec.count * (isComplex ? 2 : 1));
         body->setValue(zeros.data());
     }

@@ -13,4 +13,8 @@ namespace ORVEX::number_body
 /// bias the client may hear of each of them. Null for a mode that no class holds.
 std::unique_ptr<NumberBody> createZeroBody(NumberBody::Spec const& spec, bool isComplex);
 
+/// The same for a body whose every element is stored anew before it is read: the client hears the same, but
+/// where that is nothing the elements are unset.
+std::unique_ptr<NumberBody> createOverwrittenBody(NumberBody::Spec const& spec, bool isComplex);
+
 } // namespace ORVEX::number_body

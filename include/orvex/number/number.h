@@ -14,7 +14,7 @@
 
 namespace ORVEX::array_engine
 {
-enum class Binary;
+enum class Bits;
 enum class Comparison;
 } // namespace ORVEX::array_engine
 
@@ -336,11 +336,10 @@ protected:
 private:
     explicit Number(std::unique_ptr<NumberBody> body);
 
-    static std::unique_ptr<NumberBody>
-    createAllZeroNumberBodyWithSpecifiedType(unsigned long long count, unsigned long long nDims,
-                                             unsigned long long const* dims, fxpDataTypeProp const& type,
-                                             OrvexClientInterface& client, fxpModeRounding_tag round,
-                                             fxpModeOverflow_tag overflow, bool isComplex);
+    static std::unique_ptr<NumberBody> createAllZeroNumberBodyWithSpecifiedType(
+        unsigned long long count, unsigned long long nDims, unsigned long long const* dims,
+        fxpDataTypeProp const& type, OrvexClientInterface& client, fxpModeRounding_tag round,
+        fxpModeOverflow_tag overflow, bool isComplex, bool isOverwritten = false);
     void set(fxpDataTypeProp const& type, bool isComplex);
     Number zeroLike(fxpDataTypeProp const& type, fxpModeRounding_tag round, fxpModeOverflow_tag overflow,
                     bool isComplex) const;
@@ -358,14 +357,16 @@ private:
     void imagEquals(Number const& other) { body().imagEquals(&other.body()); }
     void imagPlusEquals(Number const& other) { body().imagPlusEquals(&other.body()); }
     void isComplexProductOf(Number const& a, Number const& b, fxpDataTypeProp const& productType);
-    template <class Compute>
+    template <class Compute, class InBlocks>
     static Number elementwise(Number const& a, Number const& b, fxpDataTypeProp const& type, bool isComplex,
-                              Compute compute, array_engine::Binary const* operation = nullptr);
+                              Compute compute, InBlocks inBlocks);
+    static void assignSerially(Number& target, Number const& source);
     Number convertedSerially(fxpDataTypeProp const& type) const;
     template <class Test>
     bool* compareArrays(Number const& other, bool* out, array_engine::Comparison comparison, Test test) const;
     template <class Combine>
-    static Number combineBitsOfArrays(Number const& a, Number const& b, Combine combine);
+    static Number combineBitsOfArrays(Number const& a, Number const& b, array_engine::Bits operation,
+                                      Combine combine);
     template <class F>
     void forEachElement(F f) const;
     void checkBit(int bit) const;

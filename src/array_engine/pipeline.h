@@ -1,0 +1,201 @@
+/// \file
+/// What happens to values on their way from one type into another, in lanes.
+#pragma once
+
+#include "array_engine/storedcast.h"
+#include "array_engine/words.h"
+
+#include <optional>
+
+namespace ORVEX::array_engine
+{
+
+/// Steps worked out once, from types and modes, for any number of blocks. Each is left out where it would
+/// neither change nor find anything.
+template <class Lane>
+class Pipeline
+{
+public:
+    /// Starts with values of this range; false if the lanes do not hold it.
+    bool start(Range values)
+    {
+        range_ = values;
+        return fits<Lane>(values);
+    }
+    Range range() const { return range_; }
+
+    /// To another exponent and range.
+    bool convert(fxpDataTypeProp const& from, fxpDataTypeProp const& to, fxpModeRounding_tag round)
+    {
+        long long const shift = static_cast<long long>(to.fixedExponent) - from.fixedExponent;
+        if (!fits<Lane>(range_) || shift < 2 - bitsOfLane<Lane> || shift >= bitsOfLane<Lane> - 1)
+            return false;
+        // From here on every positive value would underflow.
+        if (shift > 0 && shift >= from.getWordLengthNonSign()) return false;
+        Range const target = rangeOfType(to);
+        Range limits = target;
+        Range checked = range_;
+        if (shift > 0) {
+            checked = {range_.least >> shift, (range_.most >> shift) + 1};
+            range_ = checked.within(target);
+        } else {
+            Lane128 const scale = Lane128{1} << -shift;
+            limits = {target.least / scale, target.most / scale};
+            Range const inside = range_.within(limits);
+            range_ = {inside.least * scale, inside.most * scale};
+        }
+        return append({Step::shift, {static_cast<int>(shift), round, limitsOf<Lane>(limits)}, 0, false},
+                      shift != 0 || !checked.isWithin(limits));
+    }
+
+    /// `convert`, unless the types are equal: then the words stay as they stand.
+    bool bring(fxpDataTypeProp const& from, fxpDataTypeProp const& to, fxpModeRounding_tag round)
+    {
+        return from == to || (sameScaling(from, to) && convert(from, to, round));
+    }
+
+    /// A whole cast: false too where a net slope is applied by division.
+    bool cast(StoredCast const& cast)
+    {
+        if (cast.copies()) return true;
+        if (!cast.last()) return convert(cast.from(), cast.to(), cast.round());
+        return (!cast.firstOfTwo() || stage(*cast.firstOfTwo())) && stage(*cast.last());
+    }
+
+    /// The lanes after all steps: `in` where there is none, else `out`, which may be `in`. Adds to `outside`
+    /// whether there is one outside.
+    Lane const* apply(Lane const* in, std::size_t n, Lane* out, Marks* marks, bool& outside) const
+    {
+        for (int i = 0; i < count_; ++i) {
+            Step const& step = steps_[i];
+            auto const limits = step.how.limits;
+            switch (step.kind) {
+            case Step::shift: outside |= shiftLanes(in, n, step.how, out, marks); break;
+            case Step::scale: scaleLanes(in, n, step.constant, out); break;
+            case Step::offset:
+                outside |= offsetLanes(in, n, step.constant, step.minus, limits, out, marks);
+                break;
+            }
+            in = out;
+        }
+        return in;
+    }
+
+private:
+    struct Step {
+        enum Kind { shift, scale, offset } kind;
+        LaneShift<Lane> how;
+        Lane constant;
+        bool minus;
+    };
+
+    bool append(Step const& step, bool isNeeded = true)
+    {
+        if (isNeeded) steps_[count_++] = step;
+        return fits<Lane>(range_);
+    }
+
+    bool multiply(long long factor)
+    {
+        range_ = range_.times({factor, factor});
+        return fits<Lane>({factor, factor}) && append({Step::scale, {}, static_cast<Lane>(factor), false});
+    }
+
+    bool add(long long term, bool minus, fxpDataTypeProp const& type)
+    {
+        Range const limits = rangeOfType(type);
+        Range const sum = minus ? range_.minus({term, term}) : range_.plus({term, term});
+        range_ = sum.within(limits);
+        return fits<Lane>(sum) && fits<Lane>({term, term}) &&
+               append({Step::offset,
+                       {0, fxpModeRoundingFloor, limitsOf<Lane>(limits)},
+                       static_cast<Lane>(term),
+                       minus});
+    }
+
+    /// A net value as a number, if one chunk holds it and a lane could.
+    static std::optional<long long> valueOf(NetValue const& value)
+    {
+        bool const oneChunk = value.type().wordLength <= multiword::chunkBits;
+        auto const word = static_cast<long long>(value.chunks()[0]);
+        if (!oneChunk || (word < 0 && !value.type().isSigned())) return {};
+        return word;
+    }
+
+    bool stage(NetScalingCast const& stage)
+    {
+        if (stage.divides() || stage.to().wordLength > bitsOfLane<Lane128>) return false;
+        fxpDataTypeProp type = stage.from();
+        if (stage.slope()) {
+            auto const factor = valueOf(*stage.slope());
+            if (!factor || !multiply(*factor)) return false;
+            type = multiword::productType(stage.slope()->type(), type);
+        }
+        if (!(stage.slope() && type == stage.to()) && !convert(type, stage.to(), stage.round())) return false;
+        if (!stage.bias()) return true;
+        auto const term = valueOf(*stage.bias());
+        return term && add(*term, stage.subtractsBias(), stage.to());
+    }
+
+    Step steps_[6]{}; // two stages of a product, a shift and a sum
+    int count_ = 0;
+    Range range_{};
+};
+
+/// What stands for the imaginary part of a real operand: its real part, or 0.
+enum class Lacking { twice, zero };
+
+/// An operand as an operation wants it, a block at a time.
+template <class Lane>
+class Operand
+{
+public:
+    Pipeline<Lane> pipeline{}; ///< to be planned before use
+
+    /// For an operation on elements of `targetParts` parts.
+    Operand(Words const& words, std::size_t targetParts, Lacking lacking = Lacking::twice)
+        : words_(words), spreads_(words.parts < targetParts), lacking_(lacking)
+    {
+    }
+
+    /// False if lanes cannot hold what is read.
+    bool start() { return pipeline.start(words_.laneRange()); }
+
+    /// To be called once all is planned. A scalar is brought here, once; false if that would raise an event
+    /// each time.
+    bool prepare()
+    {
+        if (!words_.isScalar) return true;
+        bool outside = false;
+        Lane const* const lanes = fetch(0, blockSize, constant_, nullptr, outside);
+        if (lanes != constant_) std::copy_n(lanes, blockSize, constant_);
+        return !outside;
+    }
+
+    /// Parts [at, at + n) in `lanes` or elsewhere.
+    Lane const* block(std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) const
+    {
+        return words_.isScalar ? constant_ : fetch(at, n, lanes, marks, outside);
+    }
+
+private:
+    Lane const* fetch(std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) const
+    {
+        Lane const* in = lanes;
+        if (spreads_) {
+            Lane half[blockSize / 2];
+            spreadLanes(words_.read(at / 2, n / 2, half), n, lacking_ == Lacking::zero, lanes);
+        } else {
+            in = words_.read(at, n, lanes);
+        }
+        if (words_.isWide()) outside |= checkLanes(in, n, limitsOf<Lane>(rangeOfType(words_.type)), marks);
+        return pipeline.apply(in, n, lanes, marks, outside);
+    }
+
+    Words const& words_;
+    bool spreads_;
+    Lacking lacking_;
+    Lane constant_[blockSize];
+};
+
+} // namespace ORVEX::array_engine
