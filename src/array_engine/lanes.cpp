@@ -350,10 +350,12 @@ ORVEX_CLONES void multiplyPairs(Lane const* a, Lane const* b, std::size_t n, Lan
         return static_cast<Lane>(static_cast<Unsigned<Lane>>(x) * static_cast<Unsigned<Lane>>(y));
     };
     for (std::size_t i = 0; i < n; i += 2) {
-        first[i] = product(a[i], b[i]);
-        first[i + 1] = product(a[i], b[i + 1]);
-        second[i] = product(a[i + 1], b[i + 1]);
-        second[i + 1] = product(a[i + 1], b[i]);
+        Lane const re = a[i], im = a[i + 1]; // which may lie where the first products go
+        Lane const reB = b[i], imB = b[i + 1];
+        first[i] = product(re, reB);
+        first[i + 1] = product(re, imB);
+        second[i] = product(im, imB);
+        second[i + 1] = product(im, reB);
     }
 }
 

@@ -140,7 +140,7 @@ void scaleLanes(Lane const* in, std::size_t n, Lane b, Lane* out);
 
 /// Of complex numbers in pairs of lanes the products that their product is put together from: `first` gets
 /// the real part of a times both parts of b, `second` the imaginary part of a times b's imaginary and real
-/// part.
+/// part. `first` may be `a`.
 template <class Lane>
 void multiplyPairs(Lane const* a, Lane const* b, std::size_t n, Lane* first, Lane* second);
 

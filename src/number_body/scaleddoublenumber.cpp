@@ -20,7 +20,7 @@ void ScaledDoubleNumber::setValue(double const* values)
         for (std::size_t i = begin; i < end; ++i) store(static_cast<double*>(data())[i], values[i]);
     };
     if (numberOfElements() > ORVEX::array_engine::serialLimit)
-        ORVEX::array_engine::parallelFor(numberOfElements(), storeRange);
+        ORVEX::array_engine::parallelFor(numberOfElements(), ORVEX::array_engine::scalarGrain, storeRange);
     else
         storeRange(0, numberOfElements());
 }
