@@ -119,11 +119,12 @@ bool addInLanes(Words const& target, bool minus, Words const& left, Words const&
     if (!fits<Lane>(minus ? x.minus(y) : x.plus(y)) || !fits<Lane>(limits)) return false;
     if (!a.prepare() || !b.prepare()) return false;
     auto const laneLimits = limitsOf<Lane>(limits);
+    auto const limitsOfA = a.takeLimits();
     auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) {
         Lane other[blockSize];
         Lane const* const p = a.block(at, n, lanes, marks, outside);
         Lane const* const q = b.block(at, n, other, marks, outside);
-        outside |= addLanes(p, q, n, minus, laneLimits, lanes, marks);
+        outside |= addLanes(p, limitsOfA, q, n, minus, laneLimits, lanes, marks);
         return static_cast<Lane const*>(lanes);
     };
     runBlocks<Lane>(0, end, target.parts, fill, storeIn<Lane>(target), scalar);
@@ -170,7 +171,7 @@ bool multiplyInLanes(Words const& target, Words const& left, Words const& right,
         pipeline.apply(lanes, n, lanes, marks, outside);
         pipeline.apply(second, n, second, marks, outside);
         negateFirsts(second, n);
-        outside |= addLanes(lanes, second, n, false, laneLimits, lanes, marks);
+        outside |= addLanes(lanes, anyLane<Lane>(), second, n, false, laneLimits, lanes, marks);
         return static_cast<Lane const*>(lanes);
     };
     runBlocks<Lane>(0, end, target.parts, fill, storeIn<Lane>(target), scalar);

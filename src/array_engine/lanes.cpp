@@ -181,21 +181,22 @@ template <class Lane, fxpModeRounding_tag round, bool marking>
 ORVEX_CLONES bool shiftLanesDown(Lane const* in, std::size_t n, int shift, LaneLimits<Lane> limits, Lane* out,
                                  Marks* marks)
 {
-    Lane const half = static_cast<Lane>(Lane{1} << (shift - 1));
-    Lane const rest = static_cast<Lane>(half - 1 + half);
+    Lane const lowBits = static_cast<Lane>((Lane{1} << (shift - 1)) - 1);
     Guard<Lane, marking> guard(limits, marks);
     for (std::size_t i = 0; i < n; ++i) {
         Lane const x = in[i];
-        Lane value = static_cast<Lane>(x >> shift);
-        Lane const tail = static_cast<Lane>(x & rest);
+        Lane const twice = static_cast<Lane>(x >> (shift - 1));
+        Lane const half = static_cast<Lane>(twice & 1);
+        bool const below = (x & lowBits) != 0;
+        Lane value = static_cast<Lane>(twice >> 1);
         if constexpr (round == fxpModeRoundingZero)
-            value = static_cast<Lane>(value + ((x < 0) & (tail != 0)));
-        if constexpr (round == fxpModeRoundingNearest) value = static_cast<Lane>(value + (tail >= half));
-        if constexpr (round == fxpModeRoundingCeiling) value = static_cast<Lane>(value + (tail != 0));
+            value = static_cast<Lane>(value + ((x < 0) & ((half != 0) | below)));
+        if constexpr (round == fxpModeRoundingNearest) value = static_cast<Lane>(value + half);
+        if constexpr (round == fxpModeRoundingCeiling) value = static_cast<Lane>(value + (half | below));
         if constexpr (round == fxpModeRoundingHalfAway)
-            value = static_cast<Lane>(value + ((tail > half) | ((tail == half) & (x >= 0))));
+            value = static_cast<Lane>(value + (half & (below | (x >= 0))));
         if constexpr (round == fxpModeRoundingConvergent)
-            value = static_cast<Lane>(value + ((tail > half) | ((tail == half) & ((value & 1) != 0))));
+            value = static_cast<Lane>(value + (half & (below | (value & 1))));
         out[i] = value;
         guard.see(i, value);
     }
@@ -244,43 +245,45 @@ inline Lane at(Lane lane, std::size_t)
 }
 
 template <class Lane, bool minus, bool marking, class Second>
-ORVEX_CLONES bool addLanesBy(Lane const* a, Second b, std::size_t n, LaneLimits<Lane> limits, Lane* out,
-                             Marks* marks)
+ORVEX_CLONES bool addLanesBy(Lane const* a, LaneLimits<Lane> limitsOfA, Second b, std::size_t n,
+                             LaneLimits<Lane> limits, Lane* out, Marks* marks)
 {
+    Guard<Lane, marking> guardOfA(limitsOfA, marks);
     Guard<Lane, marking> guard(limits, marks);
     for (std::size_t i = 0; i < n; ++i) {
         auto const x = static_cast<Unsigned<Lane>>(a[i]);
         auto const y = static_cast<Unsigned<Lane>>(at<Lane>(b, i));
         Lane const value = static_cast<Lane>(minus ? x - y : x + y);
+        guardOfA.see(i, a[i]);
         guard.see(i, value);
         out[i] = value;
     }
-    return guard.found();
+    return guardOfA.found() || guard.found();
 }
 
 template <class Lane, class Second>
-static bool addSecond(Lane const* a, Second b, std::size_t n, bool minus, LaneLimits<Lane> limits, Lane* out,
-                      Marks* marks)
+static bool addSecond(Lane const* a, LaneLimits<Lane> limitsOfA, Second b, std::size_t n, bool minus,
+                      LaneLimits<Lane> limits, Lane* out, Marks* marks)
 {
     if (minus)
-        return marks ? addLanesBy<Lane, true, true>(a, b, n, limits, out, marks)
-                     : addLanesBy<Lane, true, false>(a, b, n, limits, out, marks);
-    return marks ? addLanesBy<Lane, false, true>(a, b, n, limits, out, marks)
-                 : addLanesBy<Lane, false, false>(a, b, n, limits, out, marks);
+        return marks ? addLanesBy<Lane, true, true>(a, limitsOfA, b, n, limits, out, marks)
+                     : addLanesBy<Lane, true, false>(a, limitsOfA, b, n, limits, out, marks);
+    return marks ? addLanesBy<Lane, false, true>(a, limitsOfA, b, n, limits, out, marks)
+                 : addLanesBy<Lane, false, false>(a, limitsOfA, b, n, limits, out, marks);
 }
 
 template <class Lane>
-bool addLanes(Lane const* a, Lane const* b, std::size_t n, bool minus, LaneLimits<Lane> limits, Lane* out,
-              Marks* marks)
+bool addLanes(Lane const* a, LaneLimits<Lane> limitsOfA, Lane const* b, std::size_t n, bool minus,
+              LaneLimits<Lane> limits, Lane* out, Marks* marks)
 {
-    return addSecond(a, b, n, minus, limits, out, marks);
+    return addSecond(a, limitsOfA, b, n, minus, limits, out, marks);
 }
 
 template <class Lane>
 bool offsetLanes(Lane const* in, std::size_t n, Lane b, bool minus, LaneLimits<Lane> limits, Lane* out,
                  Marks* marks)
 {
-    return addSecond(in, b, n, minus, limits, out, marks);
+    return addSecond(in, anyLane<Lane>(), b, n, minus, limits, out, marks);
 }
 
 template <class Lane>
@@ -290,37 +293,44 @@ static Unsigned<Lane> magnitude(Lane x)
     return static_cast<Unsigned<Lane>>(x < 0 ? -bits : bits);
 }
 
-template <class Lane>
-bool divideLanes(Lane const* a, Lane const* b, std::size_t n, LaneQuotient<Lane> const& how, Lane* out,
-                 Marks* marks)
+/// Without branches, since signs and rests are anyone's guess.
+template <class Lane, fxpModeRounding_tag round>
+static bool divideLanesBy(Lane const* a, Lane const* b, std::size_t n, LaneQuotient<Lane> const& how,
+                          Lane* out, Marks* marks)
 {
     bool any = false;
     for (std::size_t i = 0; i < n; ++i) {
         auto const x = static_cast<Lane>(static_cast<Unsigned<Lane>>(a[i]) << how.upA);
-        auto const y = static_cast<Lane>(static_cast<Unsigned<Lane>>(b[i]) << how.upB);
-        bool const negative = (x < 0) != (y < 0) && x != 0;
-        bool outside = y == 0 || (negative && !how.isSigned) || (marks && marks[i]);
-        Lane value = 0;
-        if (!outside) {
-            value = static_cast<Lane>(x / y);
-            Lane const rest = static_cast<Lane>(x - value * y);
-            if (rest != 0) {
-                auto const left = magnitude(rest);
-                auto const missing = static_cast<Unsigned<Lane>>(magnitude(y) - left);
-                int const restToHalf = left > missing ? 1 : left < missing ? -1 : 0;
-                multiword::Tail const tail =
-                    multiword::tailOfQuotient(negative, restToHalf, (value & 1) != 0);
-                // Raising the floor of a negative quotient leads back to the truncated one.
-                if (multiword::bumps(how.round, tail) != negative)
-                    value = static_cast<Lane>(negative ? value - 1 : value + 1);
-            }
-            outside = value < how.limits.least || value > how.limits.most;
+        auto const divisor = static_cast<Lane>(static_cast<Unsigned<Lane>>(b[i]) << how.upB);
+        bool outside = (divisor == 0) | (marks != nullptr && marks[i] != 0);
+        Lane const y = outside ? 1 : divisor;
+        Lane value = static_cast<Lane>(x / y);
+        Lane const rest = static_cast<Lane>(x - value * y);
+        bool const negative = ((x < 0) != (y < 0)) & (x != 0);
+        if constexpr (round != fxpModeRoundingZero) {
+            auto const left = magnitude(rest);
+            auto const missing = static_cast<Unsigned<Lane>>(magnitude(y) - left);
+            int const restToHalf = (left > missing) - (left < missing);
+            multiword::Tail const tail = multiword::tailOfQuotient(negative, restToHalf, (value & 1) != 0);
+            // Raising the floor of a negative quotient leads back to the truncated one.
+            bool const steps = (rest != 0) & (multiword::bumps(round, tail) != negative);
+            value = static_cast<Lane>(value + (negative ? -Lane{steps} : Lane{steps}));
         }
+        outside |= (negative & !how.isSigned) | (value < how.limits.least) | (value > how.limits.most);
         out[i] = value;
         any |= outside;
         if (marks) marks[i] = outside;
     }
     return any;
+}
+
+template <class Lane>
+bool divideLanes(Lane const* a, Lane const* b, std::size_t n, LaneQuotient<Lane> const& how, Lane* out,
+                 Marks* marks)
+{
+    return withRounding(how.round, [&](auto mode) {
+        return divideLanesBy<Lane, decltype(mode)::value>(a, b, n, how, out, marks);
+    });
 }
 
 template <class Lane, class Second>
@@ -468,8 +478,8 @@ template void narrow<double, TwoChunks>(double const*, std::size_t, TwoChunks*);
 #define ORVEX_INSTANTIATE(Lane)                                                                              \
     template bool checkLanes<Lane>(Lane const*, std::size_t, LaneLimits<Lane>, Marks*);                      \
     template bool shiftLanes<Lane>(Lane const*, std::size_t, LaneShift<Lane> const&, Lane*, Marks*);         \
-    template bool addLanes<Lane>(Lane const*, Lane const*, std::size_t, bool, LaneLimits<Lane>, Lane*,       \
-                                 Marks*);                                                                    \
+    template bool addLanes<Lane>(Lane const*, LaneLimits<Lane>, Lane const*, std::size_t, bool,              \
+                                 LaneLimits<Lane>, Lane*, Marks*);                                           \
     template bool offsetLanes<Lane>(Lane const*, std::size_t, Lane, bool, LaneLimits<Lane>, Lane*, Marks*);  \
     template bool divideLanes<Lane>(Lane const*, Lane const*, std::size_t, LaneQuotient<Lane> const&, Lane*, \
                                     Marks*);                                                                 \

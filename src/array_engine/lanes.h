@@ -70,6 +70,14 @@ struct LaneLimits {
     Lane most;
 };
 
+/// No limits at all.
+template <class Lane>
+constexpr LaneLimits<Lane> anyLane()
+{
+    auto const least = static_cast<Lane>(Lane{1} << (8 * sizeof(Lane) - 1));
+    return {least, static_cast<Lane>(~least)};
+}
+
 // The following answer whether a lane is outside, or mark those lanes and answer true. `out` may be `in` or
 // `a`.
 
@@ -105,10 +113,10 @@ struct LaneShift {
 template <class Lane>
 bool shiftLanes(Lane const* in, std::size_t n, LaneShift<Lane> const& how, Lane* out, Marks* marks);
 
-/// out := a + b or a - b, which the lanes hold.
+/// out := a + b or a - b, which the lanes hold. What is outside in a stays so.
 template <class Lane>
-bool addLanes(Lane const* a, Lane const* b, std::size_t n, bool minus, LaneLimits<Lane> limits, Lane* out,
-              Marks* marks);
+bool addLanes(Lane const* a, LaneLimits<Lane> limitsOfA, Lane const* b, std::size_t n, bool minus,
+              LaneLimits<Lane> limits, Lane* out, Marks* marks);
 
 /// out := in + b or in - b for one b, which the lanes hold.
 template <class Lane>

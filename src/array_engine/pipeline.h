@@ -23,6 +23,7 @@ public:
         return fits<Lane>(values);
     }
     Range range() const { return range_; }
+    bool isEmpty() const { return count_ == 0; }
 
     /// To another exponent and range.
     bool convert(fxpDataTypeProp const& from, fxpDataTypeProp const& to, fxpModeRounding_tag round)
@@ -95,13 +96,13 @@ private:
         return fits<Lane>(range_);
     }
 
-    bool multiply(long long factor)
+    bool multiply(Lane128 factor)
     {
         range_ = range_.times({factor, factor});
         return fits<Lane>({factor, factor}) && append({Step::scale, {}, static_cast<Lane>(factor), false});
     }
 
-    bool add(long long term, bool minus, fxpDataTypeProp const& type)
+    bool add(Lane128 term, bool minus, fxpDataTypeProp const& type)
     {
         Range const limits = rangeOfType(type);
         Range const sum = minus ? range_.minus({term, term}) : range_.plus({term, term});
@@ -113,13 +114,18 @@ private:
                        minus});
     }
 
-    /// A net value as a number, if one chunk holds it and a lane could.
-    static std::optional<long long> valueOf(NetValue const& value)
+    /// A net value as a number, if a lane could hold it.
+    static std::optional<Lane128> valueOf(NetValue const& value)
     {
-        bool const oneChunk = value.type().wordLength <= multiword::chunkBits;
-        auto const word = static_cast<long long>(value.chunks()[0]);
-        if (!oneChunk || (word < 0 && !value.type().isSigned())) return {};
-        return word;
+        int const count = multiword::numChunksOfType(value.type());
+        if (count > 2) return {};
+        multiword::Chunk const* const chunks = value.chunks();
+        TwoChunks both;
+        both.low = chunks[0];
+        both.high = count == 2 ? chunks[1] : multiword::signFillChunk(chunks, value.type(), count);
+        auto const number = static_cast<Lane128>(both);
+        if (number < 0 && !value.type().isSigned()) return {};
+        return number;
     }
 
     bool stage(NetScalingCast const& stage)
@@ -154,7 +160,8 @@ public:
 
     /// For an operation on elements of `targetParts` parts.
     Operand(Words const& words, std::size_t targetParts, Lacking lacking = Lacking::twice)
-        : words_(words), spreads_(words.parts < targetParts), lacking_(lacking)
+        : words_(words), spreads_(words.parts < targetParts), checks_(words.isWide() && !fillsLane()),
+          lacking_(lacking)
     {
     }
 
@@ -172,6 +179,14 @@ public:
         return !outside;
     }
 
+    /// For an operation that looks itself for lanes outside these limits: then `block` does not.
+    LaneLimits<Lane> takeLimits()
+    {
+        if (words_.isScalar || !pipeline.isEmpty()) return anyLane<Lane>();
+        checks_ = false;
+        return limitsOf<Lane>(words_.laneRange());
+    }
+
     /// Parts [at, at + n) in `lanes` or elsewhere.
     Lane const* block(std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) const
     {
@@ -179,6 +194,8 @@ public:
     }
 
 private:
+    bool fillsLane() const { return words_.type.isSigned() && words_.type.wordLength == bitsOfLane<Lane>; }
+
     Lane const* fetch(std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) const
     {
         Lane const* in = lanes;
@@ -188,12 +205,13 @@ private:
         } else {
             in = words_.read(at, n, lanes);
         }
-        if (words_.isWide()) outside |= checkLanes(in, n, limitsOf<Lane>(rangeOfType(words_.type)), marks);
+        if (checks_) outside |= checkLanes(in, n, limitsOf<Lane>(rangeOfType(words_.type)), marks);
         return pipeline.apply(in, n, lanes, marks, outside);
     }
 
     Words const& words_;
     bool spreads_;
+    bool checks_; ///< a lane can hold what is outside the type
     Lacking lacking_;
     Lane constant_[blockSize];
 };
