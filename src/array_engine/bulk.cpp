@@ -7,6 +7,7 @@
 #include <orvex/client/fxpclientfullprecision.h>
 #include <orvex/client/fxpclientnull.h>
 
+#include <bit>
 #include <cmath>
 #include <typeinfo>
 
@@ -18,12 +19,26 @@ namespace
 
 static_assert(blockSize % 2 == 0, "a block ends between elements of two parts");
 
-/// Runs `fill(at, n, lanes, marks, outside)` over parts [begin, end), which gives the lanes of a block,
-/// `commit(at, n, lanes)` for what is not marked, and `scalar` for the others, an element of `parts` parts at
-/// a time. After a block in which none was outside, the next is tried without marks.
+/// The first mark from a place on, or n.
+std::size_t nextMark(Marks const* marks, std::size_t from, std::size_t n)
+{
+    static_assert(std::endian::native == std::endian::little);
+    for (; from + 8 <= n; from += 8) {
+        std::uint64_t eight;
+        std::memcpy(&eight, marks + from, sizeof eight);
+        if (eight != 0) return from + static_cast<std::size_t>(std::countr_zero(eight)) / 8;
+    }
+    while (from < n && marks[from] == silent) ++from;
+    return from;
+}
+
+/// Runs `fill(at, n, lanes, marks, found)` over parts [begin, end), which gives the lanes of a block,
+/// `commit(at, n, lanes)` for what is not outside, and `scalar` for the rest, an element of `parts` parts at
+/// a time. After a block in which nothing was marked, the next is tried without marks. Lanes in which nothing
+/// can be found may be filled where they belong, in `inPlace`.
 template <class Lane, class Fill, class Commit>
-void runBlocks(std::size_t begin, std::size_t end, std::size_t parts, Fill fill, Commit commit,
-               ScalarRoutine const& scalar)
+void runBlocks(NumberBody& body, std::size_t begin, std::size_t end, std::size_t parts, Fill fill,
+               Commit commit, ScalarRoutine const& scalar, Lane* inPlace = nullptr)
 {
     Lane buffer[blockSize];
     Marks marks[blockSize];
@@ -31,25 +46,32 @@ void runBlocks(std::size_t begin, std::size_t end, std::size_t parts, Fill fill,
     for (std::size_t at = begin; at < end; at += blockSize) {
         std::size_t const n = std::min(blockSize, end - at);
         if (!expectsMarks) {
-            bool outside = false;
-            Lane const* const lanes = fill(at, n, buffer, nullptr, outside);
-            if (!outside) {
+            bool found = false;
+            Lane const* const lanes = fill(at, n, inPlace ? inPlace + at : buffer, nullptr, found);
+            if (!found) {
                 commit(at, n, lanes);
                 continue;
             }
         }
-        std::fill_n(marks, n, Marks{0});
-        bool outside = false;
-        Lane const* const lanes = fill(at, n, buffer, marks, outside);
+        std::fill_n(marks, n, silent);
         expectsMarks = false;
+        bool found = false;
+        Lane const* const lanes = fill(at, n, buffer, marks, found);
         for (std::size_t i = 0; i < n;) {
-            auto const* const hit = static_cast<Marks const*>(std::memchr(marks + i, 1, n - i));
-            std::size_t const upTo = hit ? static_cast<std::size_t>(hit - marks) / parts * parts : n;
+            std::size_t const hit = nextMark(marks, i, n);
+            bool const isStored = hit < n && marks[hit] != outside;
+            std::size_t const upTo = isStored ? hit + 1 : hit / parts * parts;
             commit(at + i, upTo - i, lanes + i);
-            if (!hit) break;
+            i = upTo;
+            if (hit == n) break;
             expectsMarks = true;
-            scalar((at + upTo) / parts);
-            i = upTo + parts;
+            if (isStored) {
+                tell(body.client(),
+                     marks[hit] == belowLeast ? Event::saturationToMin : Event::saturationToMax);
+            } else {
+                scalar((at + upTo) / parts);
+                i += parts;
+            }
         }
     }
 }
@@ -82,11 +104,11 @@ bool assignInLanes(NumberBody& body, Words const& target, Words const& from, Sto
     Operand<Lane> source(from, target.parts);
     if (!source.start() || !source.pipeline.cast(cast) || !source.prepare()) return false;
     OrvexClientInterface& client = body.client();
-    auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) {
-        return source.block(at, n, lanes, marks, outside);
+    auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& found) {
+        return source.block(at, n, lanes, marks, found);
     };
     if (!cast.last() || !listens(client)) {
-        runBlocks<Lane>(begin, end, target.parts, fill, storeIn<Lane>(target), scalar);
+        runBlocks<Lane>(body, begin, end, target.parts, fill, storeIn<Lane>(target), scalar);
         return true;
     }
     auto const tellAndStore = [&](std::size_t at, std::size_t n, Lane const* lanes) {
@@ -100,13 +122,13 @@ bool assignInLanes(NumberBody& body, Words const& target, Words const& from, Sto
             }
         });
     };
-    runBlocks<Lane>(begin, end, target.parts, fill, tellAndStore, scalar);
+    runBlocks<Lane>(body, begin, end, target.parts, fill, tellAndStore, scalar);
     return true;
 }
 
 /// The parts that an operand lacks are 0: converting and adding them changes nothing and tells nothing.
 template <class Lane>
-bool addInLanes(Words const& target, bool minus, Words const& left, Words const& right,
+bool addInLanes(NumberBody& body, Words const& target, bool minus, Words const& left, Words const& right,
                 fxpModeRounding_tag round, std::size_t end, ScalarRoutine const& scalar)
 {
     Operand<Lane> a(left, target.parts, Lacking::zero);
@@ -116,23 +138,26 @@ bool addInLanes(Words const& target, bool minus, Words const& left, Words const&
     Range const x = a.pipeline.range();
     Range const y = b.pipeline.range();
     Range const limits = rangeOfType(target.type);
-    if (!fits<Lane>(minus ? x.minus(y) : x.plus(y)) || !fits<Lane>(limits)) return false;
+    Range const sum = minus ? x.minus(y) : x.plus(y);
+    if (!fits<Lane>(sum) || !fits<Lane>(limits)) return false;
     if (!a.prepare() || !b.prepare()) return false;
     auto const laneLimits = limitsOf<Lane>(limits);
     auto const limitsOfA = a.takeLimits();
-    auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) {
+    auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& found) {
         Lane other[blockSize];
-        Lane const* const p = a.block(at, n, lanes, marks, outside);
-        Lane const* const q = b.block(at, n, other, marks, outside);
-        outside |= addLanes(p, limitsOfA, q, n, minus, laneLimits, lanes, marks);
+        Lane const* const p = a.block(at, n, lanes, marks, found);
+        Lane const* const q = b.block(at, n, other, marks, found);
+        found |= addLanes(p, limitsOfA, q, n, minus, laneLimits, lanes, marks);
         return static_cast<Lane const*>(lanes);
     };
-    runBlocks<Lane>(0, end, target.parts, fill, storeIn<Lane>(target), scalar);
+    bool const isSure = !a.finds() && !b.finds() && sum.isWithin(limits);
+    runBlocks<Lane>(body, 0, end, target.parts, fill, storeIn<Lane>(target), scalar,
+                    isSure ? target.inPlace<Lane>() : nullptr);
     return true;
 }
 
 template <class Lane>
-bool multiplyInLanes(Words const& target, Words const& left, Words const& right,
+bool multiplyInLanes(NumberBody& body, Words const& target, Words const& left, Words const& right,
                      fxpDataTypeProp const& productType, fxpModeRounding_tag round, std::size_t end,
                      ScalarRoutine const& scalar)
 {
@@ -147,14 +172,16 @@ bool multiplyInLanes(Words const& target, Words const& left, Words const& right,
         !pipeline.bring(productType, target.type, round) || !a.prepare() || !b.prepare())
         return false;
     if (left.parts == 1 || right.parts == 1) {
-        auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) {
+        auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& found) {
             Lane other[blockSize];
-            Lane const* const p = a.block(at, n, lanes, marks, outside);
-            Lane const* const q = b.block(at, n, other, marks, outside);
+            Lane const* const p = a.block(at, n, lanes, marks, found);
+            Lane const* const q = b.block(at, n, other, marks, found);
             multiplyLanes(p, q, n, lanes);
-            return pipeline.apply(lanes, n, lanes, marks, outside);
+            return pipeline.apply(lanes, n, lanes, marks, found);
         };
-        runBlocks<Lane>(0, end, target.parts, fill, storeIn<Lane>(target), scalar);
+        bool const isSure = !a.finds() && !b.finds() && !pipeline.finds();
+        runBlocks<Lane>(body, 0, end, target.parts, fill, storeIn<Lane>(target), scalar,
+                        isSure ? target.inPlace<Lane>() : nullptr);
         return true;
     }
     // Four products, each converted by itself, and two sums.
@@ -163,24 +190,24 @@ bool multiplyInLanes(Words const& target, Words const& left, Words const& right,
     if (!fits<Lane>(product.plus(product)) || !fits<Lane>(product.minus(product)) || !fits<Lane>(limits))
         return false;
     auto const laneLimits = limitsOf<Lane>(limits);
-    auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) {
+    auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& found) {
         Lane other[blockSize], second[blockSize];
-        Lane const* const p = a.block(at, n, lanes, marks, outside);
-        Lane const* const q = b.block(at, n, other, marks, outside);
+        Lane const* const p = a.block(at, n, lanes, marks, found);
+        Lane const* const q = b.block(at, n, other, marks, found);
         multiplyPairs(p, q, n, lanes, second);
-        pipeline.apply(lanes, n, lanes, marks, outside);
-        pipeline.apply(second, n, second, marks, outside);
+        pipeline.apply(lanes, n, lanes, marks, found);
+        pipeline.apply(second, n, second, marks, found);
         negateFirsts(second, n);
-        outside |= addLanes(lanes, anyLane<Lane>(), second, n, false, laneLimits, lanes, marks);
+        found |= addLanes(lanes, anyLane<Lane>(), second, n, false, laneLimits, lanes, marks);
         return static_cast<Lane const*>(lanes);
     };
-    runBlocks<Lane>(0, end, target.parts, fill, storeIn<Lane>(target), scalar);
+    runBlocks<Lane>(body, 0, end, target.parts, fill, storeIn<Lane>(target), scalar);
     return true;
 }
 
 template <class Lane>
-bool divideInLanes(Words const& target, Words const& left, Words const& right, fxpModeRounding_tag round,
-                   std::size_t end, ScalarRoutine const& scalar)
+bool divideInLanes(NumberBody& body, Words const& target, Words const& left, Words const& right,
+                   fxpModeRounding_tag round, std::size_t end, ScalarRoutine const& scalar)
 {
     long long const scale = static_cast<long long>(left.type.fixedExponent) - right.type.fixedExponent -
                             target.type.fixedExponent;
@@ -200,15 +227,15 @@ bool divideInLanes(Words const& target, Words const& left, Words const& right, f
     if (isSigned) ++limits.least;
     LaneQuotient<Lane> const how{static_cast<int>(upA), static_cast<int>(upB), round, limitsOf<Lane>(limits),
                                  isSigned};
-    auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) {
+    auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& found) {
         Lane other[blockSize];
-        Lane const* const p = a.block(at, n, lanes, marks, outside);
-        Lane const* const q = b.block(at, n, other, marks, outside);
+        Lane const* const p = a.block(at, n, lanes, marks, found);
+        Lane const* const q = b.block(at, n, other, marks, found);
         // Lanes outside may hold what is not to be divided.
-        if (!outside || marks) outside |= divideLanes(p, q, n, how, lanes, marks);
+        if (!found || marks) found |= divideLanes(p, q, n, how, lanes, marks);
         return static_cast<Lane const*>(lanes);
     };
-    runBlocks<Lane>(0, end, target.parts, fill, storeIn<Lane>(target), scalar);
+    runBlocks<Lane>(body, 0, end, target.parts, fill, storeIn<Lane>(target), scalar);
     return true;
 }
 
@@ -230,10 +257,10 @@ bool compareInLanes(Words const& left, Words const& right, Comparison test, std:
     std::size_t const parts = left.parts;
     for (std::size_t at = begin * parts; at < end * parts; at += blockSize) {
         std::size_t const n = std::min(blockSize, end * parts - at);
-        bool outside = false;
-        Lane const* const p = a.block(at, n, x, nullptr, outside);
-        Lane const* const q = b.block(at, n, y, nullptr, outside);
-        if (outside) return false; // nothing has been done that cannot be done again
+        bool found = false;
+        Lane const* const p = a.block(at, n, x, nullptr, found);
+        Lane const* const q = b.block(at, n, y, nullptr, found);
+        if (found) return false; // nothing has been done that cannot be done again
         bool* const result = parts == 1 ? out + at : ofParts;
         compareLanes(p, q, n, static_cast<int>(upA), static_cast<int>(upB), test, result);
         if (parts == 1) continue;
@@ -280,19 +307,25 @@ bool storeReals(NumberBody& body, double const* values, std::size_t begin, std::
     if (!target.agree() || power == 0.0 || !std::isnormal(factor) || !std::isfinite(type.bias)) return false;
     // Of an unsigned word of 128 bits what a lane holds; the highest words are left to the scalar routine.
     double const above = std::ldexp(1.0, std::min(type.getWordLengthNonSign(), 127));
-    RealToLane const how{
-        type.bias, factor, power, type.isSigned() ? -above : 0.0, above, type.bias != 0.0 || factor != 1.0};
+    bool const isNarrow = fits<Lane32>(rangeOfType(type));
+    RealToLane const how{type.bias,
+                         factor,
+                         power,
+                         type.isSigned() ? -above : 0.0,
+                         above,
+                         type.bias != 0.0 || factor != 1.0,
+                         isNarrow && body.overflowMode() != fxpModeOverflowWrap};
     fxpModeRounding_tag const round =
         body.roundMode() == fxpModeRoundingCheapest ? fxpModeRoundingZero : body.roundMode();
     auto const run = [&](auto lane) {
         using Lane = decltype(lane);
-        auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) {
-            outside |= roundReals(values + at, n, how, round, lanes, marks);
+        auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& found) {
+            found |= roundReals(values + at, n, how, round, lanes, marks);
             return static_cast<Lane const*>(lanes);
         };
-        runBlocks<Lane>(begin, end, 1, fill, storeIn<Lane>(target), scalar);
+        runBlocks<Lane>(body, begin, end, 1, fill, storeIn<Lane>(target), scalar);
     };
-    if (fits<Lane32>(rangeOfType(type)))
+    if (isNarrow)
         run(Lane32{});
     else
         run(double{});
@@ -325,7 +358,7 @@ bool addElements(NumberBody& body, bool minus, NumberBody const& left, NumberBod
 {
     return withOperands(body, left, right, [&](auto& target, auto& a, auto& b, std::size_t parts) {
         return inNarrowestLanes([&](auto lane) {
-            return addInLanes<decltype(lane)>(target, minus, a, b, body.roundMode(), parts, scalar);
+            return addInLanes<decltype(lane)>(body, target, minus, a, b, body.roundMode(), parts, scalar);
         });
     });
 }
@@ -340,7 +373,7 @@ bool multiplyElements(NumberBody& body, NumberBody const& left, NumberBody const
         if (a.parts < b.parts || (!(productType == target.type) && productType.bias != 0.0)) return false;
         if (ofComplex && (a.type.bias != 0.0 || b.type.bias != 0.0 || productType.bias != 0.0)) return false;
         return inNarrowestLanes([&](auto lane) {
-            return multiplyInLanes<decltype(lane)>(target, a, b, productType, body.roundMode(), parts,
+            return multiplyInLanes<decltype(lane)>(body, target, a, b, productType, body.roundMode(), parts,
                                                    scalar);
         });
     });
@@ -352,8 +385,9 @@ bool divideElements(NumberBody& body, NumberBody const& left, NumberBody const& 
     return withOperands(body, left, right, [&](auto& target, auto& a, auto& b, std::size_t parts) {
         if (a.parts != target.parts || b.parts != 1) return false;
         auto const round = multiword::resolveDivisionRounding(body.client(), body.roundMode());
-        return inNarrowestLanes(
-            [&](auto lane) { return divideInLanes<decltype(lane)>(target, a, b, round, parts, scalar); });
+        return inNarrowestLanes([&](auto lane) {
+            return divideInLanes<decltype(lane)>(body, target, a, b, round, parts, scalar);
+        });
     });
 }
 

@@ -47,7 +47,7 @@ public:
     {
         auto const distance = static_cast<Unsigned<Lane>>(static_cast<Unsigned<Lane>>(value) - least_);
         if constexpr (marking)
-            marks_[i] = static_cast<Marks>(marks_[i] | (distance > span_));
+            marks_[i] = static_cast<Marks>(marks_[i] | (distance > span_ ? outside : silent));
         else
             farthest_ = distance > farthest_ ? distance : farthest_;
     }
@@ -140,6 +140,12 @@ ORVEX_CLONES bool roundRealsBy(double const* reals, std::size_t n, RealToLane co
     double const power = how.power;
     double const least = how.least;
     double const above = how.above;
+    double const lowest = how.saturates ? least : 0.0;
+    double const highest = how.saturates ? above - 1.0 : 0.0;
+    constexpr double left = outside; // to the scalar routine
+    double const markBelow = how.saturates ? double{belowLeast} : left;
+    double const markAbove = how.saturates ? double{aboveMost} : left;
+    Lane32 found[blockSize]; // since vectors do not go from doubles to bytes at once
     std::uint64_t any = 0;
     for (std::size_t i = 0; i < n; ++i) {
         double const x = reals[i];
@@ -147,12 +153,19 @@ ORVEX_CLONES bool roundRealsBy(double const* reals, std::size_t n, RealToLane co
         double const r = rounded<round>(y);
         bool const inside = (r >= least) & (r < above); // not so of NaN
         bool const vanishes = (y < 1.0) & (y > -almostNothing) & (x != 0.0);
-        out[i] = static_cast<Lane>(inside ? r : 0.0);
-        if constexpr (marking)
-            marks[i] = static_cast<Marks>(!inside | vanishes);
-        else
+        if constexpr (marking) {
+            bool const below = r < least;
+            bool const beyond = r >= above;
+            out[i] = static_cast<Lane>(inside ? r : below ? lowest : beyond ? highest : 0.0);
+            double const mark = inside ? 0.0 : below ? markBelow : beyond ? markAbove : left;
+            found[i] = static_cast<Lane32>(vanishes ? left : mark);
+        } else {
+            out[i] = static_cast<Lane>(inside ? r : 0.0);
             any |= !inside | vanishes ? 1u : 0u;
+        }
     }
+    if constexpr (marking)
+        for (std::size_t i = 0; i < n; ++i) marks[i] = static_cast<Marks>(found[i]);
     return marking || any != 0;
 }
 
@@ -302,8 +315,8 @@ static bool divideLanesBy(Lane const* a, Lane const* b, std::size_t n, LaneQuoti
     for (std::size_t i = 0; i < n; ++i) {
         auto const x = static_cast<Lane>(static_cast<Unsigned<Lane>>(a[i]) << how.upA);
         auto const divisor = static_cast<Lane>(static_cast<Unsigned<Lane>>(b[i]) << how.upB);
-        bool outside = (divisor == 0) | (marks != nullptr && marks[i] != 0);
-        Lane const y = outside ? 1 : divisor;
+        bool fails = (divisor == 0) | (marks != nullptr && marks[i] != silent);
+        Lane const y = fails ? 1 : divisor;
         Lane value = static_cast<Lane>(x / y);
         Lane const rest = static_cast<Lane>(x - value * y);
         bool const negative = ((x < 0) != (y < 0)) & (x != 0);
@@ -316,10 +329,10 @@ static bool divideLanesBy(Lane const* a, Lane const* b, std::size_t n, LaneQuoti
             bool const steps = (rest != 0) & (multiword::bumps(round, tail) != negative);
             value = static_cast<Lane>(value + (negative ? -Lane{steps} : Lane{steps}));
         }
-        outside |= (negative & !how.isSigned) | (value < how.limits.least) | (value > how.limits.most);
+        fails |= (negative & !how.isSigned) | (value < how.limits.least) | (value > how.limits.most);
         out[i] = value;
-        any |= outside;
-        if (marks) marks[i] = outside;
+        any |= fails;
+        if (marks) marks[i] = fails ? outside : silent;
     }
     return any;
 }

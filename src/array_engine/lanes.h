@@ -26,8 +26,9 @@ __extension__ typedef __int128 Lane128;
 /// Elements per block: the lanes of two operands stay within the first-level cache.
 inline constexpr std::size_t blockSize = 512;
 
-/// One byte per element: 1 if its store would raise an event.
-using Marks = std::uint8_t;
+/// What is known of a lane: its store is silent, or raises an event that is left to the scalar routine, or,
+/// where the lane holds the limit, just that one event.
+enum Marks : std::uint8_t { silent, outside, belowLeast, aboveMost };
 
 /// A word of 65 to 128 bits as it is stored.
 struct TwoChunks {
@@ -89,10 +90,11 @@ bool checkLanes(Lane const* in, std::size_t n, LaneLimits<Lane> limits, Marks* m
 struct RealToLane {
     double bias;
     double factor;
-    double power; ///< 2^-fixedExponent
-    double least; ///< the type's minimum
-    double above; ///< one more than its maximum, which may be no double
-    bool scaled;  ///< bias and factor are not trivial
+    double power;   ///< 2^-fixedExponent
+    double least;   ///< the type's minimum
+    double above;   ///< one more than its maximum, which may be no double
+    bool scaled;    ///< bias and factor are not trivial
+    bool saturates; ///< marked lanes beyond a limit get that limit, which they hold
 };
 
 /// Rounds doubles to whole ones, in Lane32 if that holds the range. Outside is what underflows, is out of

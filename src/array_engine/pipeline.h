@@ -24,6 +24,7 @@ public:
     }
     Range range() const { return range_; }
     bool isEmpty() const { return count_ == 0; }
+    bool finds() const { return finds_; } ///< a lane outside is possible
 
     /// To another exponent and range.
     bool convert(fxpDataTypeProp const& from, fxpDataTypeProp const& to, fxpModeRounding_tag round)
@@ -45,6 +46,7 @@ public:
             Range const inside = range_.within(limits);
             range_ = {inside.least * scale, inside.most * scale};
         }
+        finds_ |= !checked.isWithin(limits);
         return append({Step::shift, {static_cast<int>(shift), round, limitsOf<Lane>(limits)}, 0, false},
                       shift != 0 || !checked.isWithin(limits));
     }
@@ -63,18 +65,18 @@ public:
         return (!cast.firstOfTwo() || stage(*cast.firstOfTwo())) && stage(*cast.last());
     }
 
-    /// The lanes after all steps: `in` where there is none, else `out`, which may be `in`. Adds to `outside`
+    /// The lanes after all steps: `in` where there is none, else `out`, which may be `in`. Adds to `found`
     /// whether there is one outside.
-    Lane const* apply(Lane const* in, std::size_t n, Lane* out, Marks* marks, bool& outside) const
+    Lane const* apply(Lane const* in, std::size_t n, Lane* out, Marks* marks, bool& found) const
     {
         for (int i = 0; i < count_; ++i) {
             Step const& step = steps_[i];
             auto const limits = step.how.limits;
             switch (step.kind) {
-            case Step::shift: outside |= shiftLanes(in, n, step.how, out, marks); break;
+            case Step::shift: found |= shiftLanes(in, n, step.how, out, marks); break;
             case Step::scale: scaleLanes(in, n, step.constant, out); break;
             case Step::offset:
-                outside |= offsetLanes(in, n, step.constant, step.minus, limits, out, marks);
+                found |= offsetLanes(in, n, step.constant, step.minus, limits, out, marks);
                 break;
             }
             in = out;
@@ -107,6 +109,7 @@ private:
         Range const limits = rangeOfType(type);
         Range const sum = minus ? range_.minus({term, term}) : range_.plus({term, term});
         range_ = sum.within(limits);
+        finds_ |= !sum.isWithin(limits);
         return fits<Lane>(sum) && fits<Lane>({term, term}) &&
                append({Step::offset,
                        {0, fxpModeRoundingFloor, limitsOf<Lane>(limits)},
@@ -145,6 +148,7 @@ private:
 
     Step steps_[6]{}; // two stages of a product, a shift and a sum
     int count_ = 0;
+    bool finds_ = false;
     Range range_{};
 };
 
@@ -160,8 +164,8 @@ public:
 
     /// For an operation on elements of `targetParts` parts.
     Operand(Words const& words, std::size_t targetParts, Lacking lacking = Lacking::twice)
-        : words_(words), spreads_(words.parts < targetParts), checks_(words.isWide() && !fillsLane()),
-          lacking_(lacking)
+        : words_(words), spreads_(words.parts < targetParts), isRisky_(words.isWide() && !fillsLane()),
+          checks_(isRisky_), lacking_(lacking)
     {
     }
 
@@ -173,10 +177,10 @@ public:
     bool prepare()
     {
         if (!words_.isScalar) return true;
-        bool outside = false;
-        Lane const* const lanes = fetch(0, blockSize, constant_, nullptr, outside);
+        bool found = false;
+        Lane const* const lanes = fetch(0, blockSize, constant_, nullptr, found);
         if (lanes != constant_) std::copy_n(lanes, blockSize, constant_);
-        return !outside;
+        return !found;
     }
 
     /// For an operation that looks itself for lanes outside these limits: then `block` does not.
@@ -187,16 +191,19 @@ public:
         return limitsOf<Lane>(words_.laneRange());
     }
 
+    /// Whether lanes outside can be met, here or by who took the limits.
+    bool finds() const { return isRisky_ || pipeline.finds(); }
+
     /// Parts [at, at + n) in `lanes` or elsewhere.
-    Lane const* block(std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) const
+    Lane const* block(std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& found) const
     {
-        return words_.isScalar ? constant_ : fetch(at, n, lanes, marks, outside);
+        return words_.isScalar ? constant_ : fetch(at, n, lanes, marks, found);
     }
 
 private:
     bool fillsLane() const { return words_.type.isSigned() && words_.type.wordLength == bitsOfLane<Lane>; }
 
-    Lane const* fetch(std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& outside) const
+    Lane const* fetch(std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& found) const
     {
         Lane const* in = lanes;
         if (spreads_) {
@@ -205,13 +212,14 @@ private:
         } else {
             in = words_.read(at, n, lanes);
         }
-        if (checks_) outside |= checkLanes(in, n, limitsOf<Lane>(rangeOfType(words_.type)), marks);
-        return pipeline.apply(in, n, lanes, marks, outside);
+        if (checks_) found |= checkLanes(in, n, limitsOf<Lane>(rangeOfType(words_.type)), marks);
+        return pipeline.apply(in, n, lanes, marks, found);
     }
 
     Words const& words_;
     bool spreads_;
-    bool checks_; ///< a lane can hold what is outside the type
+    bool isRisky_; ///< a lane can hold what is outside the type
+    bool checks_;  ///< `fetch` sees to that
     Lacking lacking_;
     Lane constant_[blockSize];
 };

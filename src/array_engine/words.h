@@ -163,9 +163,19 @@ struct Words {
         });
     }
 
+    /// The first part as a lane, where lanes are as the words are.
+    template <class Lane>
+    Lane* inPlace() const
+    {
+        bool const same = withWord([](auto word) { return std::is_same_v<decltype(word), Lane>; });
+        return same ? reinterpret_cast<Lane*>(data) : nullptr;
+    }
+
+    /// Unless they are there already.
     template <class Lane>
     void store(std::size_t at, std::size_t n, Lane const* lanes) const
     {
+        if (reinterpret_cast<unsigned char const*>(lanes) == data + at * bytes()) return;
         withWord([&](auto word) { narrow(lanes, n, reinterpret_cast<decltype(word)*>(data) + at); });
     }
 
