@@ -107,6 +107,43 @@ TEST(Parallel, ThrowingHookReachesTheCallerAndEveryElementIsOldOrNew)
     }
 }
 
+/// So many that threads share the work, whatever an element takes.
+TEST(Parallel, LargeArraysAreWhatTheirPiecesAre)
+{
+    Random random(63);
+    constexpr std::size_t count = 40000, piece = 400;
+    std::vector<double> values(count);
+    for (Type const& to : {s(16, -8), u(30, -10), s(100, -50), fixedType(true, 12, -4, 1.25, 0.5)}) {
+        for (double& value : values) value = random.doubleNear(s(14, -8));
+        Type const from = s(32, -16);
+        RecordingClient one, all;
+        auto const number = [&](Storage& storage, Type const& type, RecordingClient& client, std::size_t at,
+                                std::size_t n) {
+            return Number(static_cast<std::byte*>(storage.data()) + at * containerBytes(type), type, client,
+                          n, fxpModeRoundingNearest, fxpModeOverflowSaturate, false);
+        };
+        Storage source(from, count), wanted(to, count), got(to, count);
+        std::array<bool, piece> equal{};
+        std::unique_ptr<bool[]> const equalAll(new bool[count]);
+        for (bool const assigns : {false, true}) {
+            Number target = number(got, to, all, 0, count), read = number(source, from, all, 0, count);
+            if (!assigns) read.setValue(values.data());
+            all.clear(), one.clear();
+            assigns ? Number::arrayEquals(target, read) : target.setValue(values.data());
+            read.arrayIsEqual(read, equalAll.get());
+            for (std::size_t at = 0; at < count; at += piece) {
+                Number part = number(wanted, to, one, at, piece),
+                       readPart = number(source, from, one, at, piece);
+                assigns ? Number::arrayEquals(part, readPart) : part.setValue(values.data() + at);
+                readPart.arrayIsEqual(readPart, equal.data());
+                ASSERT_TRUE(std::equal(equal.begin(), equal.end(), equalAll.get() + at));
+            }
+            EXPECT_TRUE(got == wanted) << to << assigns;
+            EXPECT_EQ(sorted(all.events()), sorted(one.events())) << to << assigns;
+        }
+    }
+}
+
 TEST(Parallel, BodiesTakeAnyCount)
 {
     RecordingClient client, other;
