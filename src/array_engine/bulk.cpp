@@ -166,11 +166,12 @@ bool multiplyInLanes(NumberBody& body, Words const& target, Words const& left, W
     if (!a.start() || !b.start()) return false;
     fxpDataTypeProp const full = multiword::productType(left.type, right.type);
     Pipeline<Lane> pipeline; // of a product
-    if (!pipeline.start(a.pipeline.range().times(b.pipeline.range())) ||
-        full.wordLength > bitsOfLane<Lane128> ||
-        (!(full == productType) && !pipeline.convert(full, productType, round)) ||
-        !pipeline.bring(productType, target.type, round) || !a.prepare() || !b.prepare())
-        return false;
+    if (!pipeline.start(a.pipeline.range().times(b.pipeline.range()))) return false;
+    bool const isDirect = productType == target.type && (left.parts == 1 || right.parts == 1);
+    if (full.wordLength > bitsOfLane<Lane128>) return false;
+    if (!(full == productType) && !pipeline.convert(full, productType, round)) return false;
+    if (!isDirect && !pipeline.confine(rangeOfContainer(productType))) return false;
+    if (!pipeline.bring(productType, target.type, round) || !a.prepare() || !b.prepare()) return false;
     if (left.parts == 1 || right.parts == 1) {
         auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& found) {
             Lane other[blockSize];
@@ -371,6 +372,9 @@ bool multiplyElements(NumberBody& body, NumberBody const& left, NumberBody const
         // A complex second factor of a real one counts as real; that is left to the scalar routine, and so
         // are the zeros of biased types, of which clients may hear, that it takes for its parts.
         if (a.parts < b.parts || (!(productType == target.type) && productType.bias != 0.0)) return false;
+        bool const isHeld = productType.mode == fxpModeDataTypeFixed && productType.wordLength >= 1 &&
+                            productType.wordLength <= bitsOfLane<Lane128>;
+        if (!isHeld) return false;
         if (ofComplex && (a.type.bias != 0.0 || b.type.bias != 0.0 || productType.bias != 0.0)) return false;
         return inNarrowestLanes([&](auto lane) {
             return multiplyInLanes<decltype(lane)>(body, target, a, b, productType, body.roundMode(), parts,

@@ -51,6 +51,15 @@ public:
                       shift != 0 || !checked.isWithin(limits));
     }
 
+    /// Through a place that holds no more than this.
+    bool confine(Range limits)
+    {
+        bool const mayLeave = !range_.isWithin(limits);
+        finds_ |= mayLeave;
+        range_ = range_.within(limits);
+        return append({Step::shift, {0, fxpModeRoundingFloor, limitsOf<Lane>(limits)}, 0, false}, mayLeave);
+    }
+
     /// `convert`, unless the types are equal: then the words stay as they stand.
     bool bring(fxpDataTypeProp const& from, fxpDataTypeProp const& to, fxpModeRounding_tag round)
     {
@@ -139,6 +148,7 @@ private:
             auto const factor = valueOf(*stage.slope());
             if (!factor || !multiply(*factor)) return false;
             type = multiword::productType(stage.slope()->type(), type);
+            if (!confine(rangeOfBits(64 * multiword::numChunksOfType(type), type.isSigned()))) return false;
         }
         if (!(stage.slope() && type == stage.to()) && !convert(type, stage.to(), stage.round())) return false;
         if (!stage.bias()) return true;
@@ -146,7 +156,7 @@ private:
         return term && add(*term, stage.subtractsBias(), stage.to());
     }
 
-    Step steps_[6]{}; // two stages of a product, a shift and a sum
+    Step steps_[8]{}; // two stages of a product, its limits, a shift and a sum
     int count_ = 0;
     bool finds_ = false;
     Range range_{};

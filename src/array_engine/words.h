@@ -91,6 +91,14 @@ inline Range rangeOfType(fxpDataTypeProp const& type)
     return rangeOfBits(type.wordLength, type.isSigned());
 }
 
+/// Of the word that holds a number of this type.
+inline Range rangeOfContainer(fxpDataTypeProp const& type)
+{
+    int bits = 8;
+    while (bits < type.wordLength) bits *= 2;
+    return rangeOfBits(bits, type.isSigned());
+}
+
 template <class Lane>
 LaneLimits<Lane> limitsOf(Range r)
 {
