@@ -95,6 +95,10 @@ void contestSetValue()
     fxpDataTypeProp const scaled(true, bits, 1.25, 1 - bits, 0.125);
     std::string const title = "setValue into " + std::to_string(bits) + " bits";
     Contest saturating(title + ", saturate"), wrapping(title + ", wrap"), slope(title + ", slope and bias");
+    for (Contest* const contest : {&saturating, &wrapping, &slope}) {
+        double const ratio = contest == &slope ? 4 : 2;
+        bits < 64 ? contest->goal(ratio) : contest->goal(10, ours);
+    }
     forEachRounding([&](auto round, char const* name) {
         saturating.enter(ours, setValue(type, round, saturate), name);
         wrapping.enter(ours, setValue(type, round, wrap), name);
@@ -118,7 +122,18 @@ void contestSetValue()
     });
     Contest(title + ", 1% overflow")
         .enter(ours, setValue(type, nearest, saturate, 0.01))
-        .enter("no overflow", setValue(type, nearest, saturate));
+        .enter("no overflow", setValue(type, nearest, saturate))
+        .goal(2, "no overflow");
+}
+
+void contestWideSetValue()
+{
+    for (int const bits : {100, 128}) {
+        Contest contest("setValue into " + std::to_string(bits) + " bits, saturate");
+        contest.goal(10, ours);
+        for (auto const& [name, mode] : allRoundings)
+            contest.enter(ours, setValue(signedType(bits, bits - 1), mode, saturate), name);
+    }
 }
 
 template <class T>
@@ -126,17 +141,24 @@ void contestRead()
 {
     constexpr int fraction = 8 * sizeof(T) - 4;
     double const unit = std::ldexp(1.0, -fraction);
-    auto const loop = [=, words = integers<T>(fraction, 1).data()](std::size_t i, unsigned&) {
-        return words[i] * unit;
+    auto const contest = [=](char const* what, auto real, auto method, double scale) {
+        using Real = decltype(real);
+        auto const loop = [=, words = integers<T>(fraction, 1).data()](std::size_t i, unsigned&) {
+            return static_cast<Real>(words[i] * scale);
+        };
+        Contest(what + (" of int" + std::to_string(8 * sizeof(T))))
+            .enter(ours,
+                   [=](State& state) {
+                       Number const source = over(integers<T>(fraction, 1), fraction);
+                       std::vector<Real> out(million);
+                       wholeArray(state, million, [&] { (source.*method)(out.data()); });
+                   })
+            .enter("loop", byHand<Real>(loop))
+            .goal(2);
     };
-    Contest("getAllRWDoubleValues of int" + std::to_string(8 * sizeof(T)))
-        .enter(ours,
-               [](State& state) {
-                   Number const source = over(integers<T>(fraction, 1), fraction);
-                   std::vector<double> out(million);
-                   wholeArray(state, million, [&] { source.getAllRWDoubleValues(out.data()); });
-               })
-        .enter("loop", byHand<double>(loop));
+    contest("getAllRWDoubleValues", 0.0, &Number::getAllRWDoubleValues, unit);
+    contest("getAllSIDoubleValues", 0.0, &Number::getAllSIDoubleValues, 1.0);
+    contest("getAllRWSingleValues", 0.0f, &Number::getAllRWSingleValues, unit);
 }
 
 // Array arithmetic on operands of different fraction lengths
@@ -173,7 +195,10 @@ void contestArithmetic()
     };
     auto const contest = [&](std::string const& title, auto run, Contestant const& loop,
                              bool isComplex = false) {
-        return Contest(title + tail).enter(ours, onArrays(a, fa, b, fb, run, isComplex)).enter("loop", loop);
+        return Contest(title + tail)
+            .enter(ours, onArrays(a, fa, b, fb, run, isComplex))
+            .enter("loop", loop)
+            .goal(isComplex ? 8 : 3);
     };
     auto const plusInto = [=](auto& x, auto& y) { Number::arrayPlus(x, y, type); };
 
@@ -183,6 +208,17 @@ void contestArithmetic()
     [[maybe_unused]] Contest cutSums =
         contest("arrayPlus into the type of a", plusInto, byHand<T>(a, b, cut(sum)));
     contest("arrayPlus into the type of a, complex, a part", plusInto, byHand<T>(a, b, cut(sum)), true);
+    contest(
+        "arrayTimes into the type of a, complex, a part",
+        [=](auto& x, auto& y) { Number::arrayTimes(x, y, type, type); },
+        byHand<T>([=, a = a.data(), b = b.data()](std::size_t i, unsigned& events) {
+            auto const one = [&](T x, T y) { return storeShifted<T>(product(x, y), fb, events); };
+            std::size_t const re = i & ~std::size_t{1}, im = re + 1;
+            Wide const first = one(a[re], b[i]);
+            Wide const second = one(a[im], b[i ^ 1]);
+            return store<T, true>(i == re ? first - second : first + second, events);
+        }),
+        true);
     contest(
         "arrayMinus into the type of a", [=](auto& x, auto& y) { Number::arrayMinus(x, y, type); },
         byHand<T>(a, b, cut(difference)));
@@ -199,7 +235,8 @@ void contestArithmetic()
             x.setRoundMode(fxpModeRoundingZero);
             Number::arrayDivide(x, y, signedType(bits, fb));
         },
-        byHand<T>(a, b, cut(quotient)));
+        byHand<T>(a, b, cut(quotient)))
+        .goal(12, ours);
     contest(
         "arrayBitXor", [](auto& x, auto& y) { Number::arrayBitXor(x, y); },
         byHand<T>(a, b, cut([](T x, T y) { return x ^ y; })));
@@ -213,6 +250,7 @@ void contestArithmetic()
                    Number const y = over(b, fb), z = over(negated, fb);
                    wholeArray(state, 2 * million, [&] { x.arrayPlusEquals(y).arrayPlusEquals(z); });
                })
+        .goal(3)
         .enter("loop", [=, &a, &b](State& state) {
             std::vector<T> x(a), z(a);
             auto const add = [=](T* out, T const* p, T const* q) {
@@ -245,6 +283,7 @@ void contestComparisons()
     auto const& a = integers<std::int16_t>(12, 1);
     auto const& b = integers<std::int32_t>(20, 2);
     Contest contest("comparison of int16 with int32, other fraction length");
+    contest.goal(3);
     auto const compare = [&](char const* name, auto method, auto test) {
         auto const run = [method, out = std::shared_ptr<bool[]>(new bool[million])](auto& x, auto& y) {
             (x.*method)(y, out.get());
@@ -286,7 +325,7 @@ void contestCasts()
     auto const loop = byHand<Word>(
         words, words, [](int x, int, unsigned& events) { return storeShifted<Word>(x, 8, events); });
     Contest equals("arrayEquals, int32 (20) to int16 (12), Nearest");
-    equals.enter(ours, assignment(to, words, from)).enter("loop", loop);
+    equals.enter(ours, assignment(to, words, from)).enter("loop", loop).goal(2);
 #ifdef ORVEX_BENCH_SYSTEMC
     equals.enter("sc_fixed", bySystemc<Systemc<32, 20>, Systemc<32, 20>, Systemc<16, 12>>(
                                  words, 20, words, 20, [](auto& x, auto&, auto& out) { out = x; }));
@@ -294,8 +333,10 @@ void contestCasts()
     auto const cast = [=](auto& x, auto&) { ORVEX::Cast(to, client, nearest, saturate)(x); };
     Contest("Cast, int32 (20) to int16 (12), Nearest")
         .enter(ours, onArrays(words, 20, words, 20, cast))
-        .enter("loop", loop);
+        .enter("loop", loop)
+        .goal(2);
     Contest("arrayEquals, equal types, int32")
+        .goal(1.1, "memcpy")
         .enter(ours, assignment(from, words, from))
         .enter("memcpy", [&](State& state) {
             std::vector<std::int32_t> out(million);
@@ -303,10 +344,12 @@ void contestCasts()
         });
     fxpDataTypeProp const sloped(true, 16, 1.25, -12, 0.5);
     Contest("arrayEquals, other slope (one stage), int32 to int16")
-        .enter(ours, assignment(sloped, words, {true, 32, 1.5, -20, 0.5}));
+        .enter(ours, assignment(sloped, words, {true, 32, 1.5, -20, 0.5}))
+        .goal(8, ours);
     Contest("arrayEquals, other slope and bias (two stages), int32 to int16")
-        .enter(ours, assignment(sloped, words, {true, 32, 1.5, -20, 0.0}));
-    Contest("arrayEquals, 128 (60) to 100 (50) bits, Nearest").enter(ours, [](State& state) {
+        .enter(ours, assignment(sloped, words, {true, 32, 1.5, -20, 0.0}))
+        .goal(20, ours);
+    Contest("arrayEquals, 128 (60) to 100 (50) bits, Nearest").goal(10, ours).enter(ours, [](State& state) {
         double const* const x = reals(0).data();
         Number const source(x, signedType(128, 60), client, million, nearest, saturate, false);
         Number target(x, signedType(100, 50), client, million, nearest, saturate, false);
@@ -320,10 +363,10 @@ void contestCasts()
     };
     auto const threads = [](char const* work, Contestant const& run, char const* rival,
                             Contestant const& other) {
-        Contest(work, Threads::all).enter(ours, run).enter(rival, other);
+        return Contest(work, Threads::all).enter(ours, run).enter(rival, other).goal(1.02, rival);
     };
     auto const both = [&](char const* work, Contestant const& run) {
-        threads(work, run, "one thread", onOneThread(run));
+        threads(work, run, "one thread", onOneThread(run)).goal(1 / 1.7, "one thread");
     };
     both("setValue into 16 bits, all threads", setValue(type, nearest, saturate));
     both("arrayEquals, int32 to int16, all threads", assignment(to, words, from));
@@ -420,24 +463,24 @@ void contestFilter()
     auto const h = first(12, 2, taps);
     auto const x = first(14, 1, samples + taps);
     auto const input = signedType(16, 15);
-    Contest arrays("filter of 32 taps, whole arrays, a tap");
-    arrays
-        .enter(ours,
-               [=](State& state) {
-                   std::vector<double> const zeros(samples);
-                   wholeArray(state, samples * taps, [&] {
-                       Number sum(zeros.data(), signedType(40, 30), client, samples, nearest, saturate,
-                                  false);
-                       for (std::size_t k = 0; k < taps; ++k)
-                           sum.arrayPlusEquals(
-                               Number::arrayTimes(over(&x[k], samples, input), over(&h[k], 1, input)));
-                   });
-               })
-        .enter("loop", [=](State& state) {
-            std::vector<long long> out(samples);
-            wholeArray(state, samples * taps,
-                       [&] { benchmark::DoNotOptimize(filterByHand(x.data(), h.data(), out.data())); });
-        });
+    Contest arrays("filter of 32 taps, whole arrays, a sample");
+    auto const inArrays = [=](int sumBits) {
+        return [=](State& state) {
+            std::vector<double> const zeros(samples);
+            wholeArray(state, samples, [&] {
+                Number sum(zeros.data(), signedType(sumBits, 30), client, samples, nearest, saturate, false);
+                for (std::size_t k = 0; k < taps; ++k)
+                    sum.arrayPlusEquals(
+                        Number::arrayTimes(over(&x[k], samples, input), over(&h[k], 1, input)));
+            });
+        };
+    };
+    Contest("filter of 32 taps, whole arrays, a sum of 100 bits, a sample").enter(ours, inArrays(100));
+    arrays.enter(ours, inArrays(40)).goal(20, ours).enter("loop", [=](State& state) {
+        std::vector<long long> out(samples);
+        wholeArray(state, samples,
+                   [&] { benchmark::DoNotOptimize(filterByHand(x.data(), h.data(), out.data())); });
+    });
     auto const eachSample = [](State& state, std::size_t n, auto& xs, auto& hs, auto& sum) {
         auto const all = [&] {
             for (std::size_t i = 0; i < n; ++i) {
@@ -466,7 +509,6 @@ void contestFilter()
         Systemc<40, 30> sum;
         eachSample(state, samples / 16, xs, hs, sum);
     };
-    arrays.enter("sc_fixed", rival);
     scalars.enter("sc_fixed", rival);
 #endif
 }
@@ -480,6 +522,7 @@ void defineContests()
     contestSetValue<std::int16_t>();
     contestSetValue<std::int32_t>();
     contestSetValue<long long>();
+    contestWideSetValue();
     contestRead<std::int16_t>();
     contestRead<std::int32_t>();
     contestArithmetic<std::int16_t, std::int32_t>();

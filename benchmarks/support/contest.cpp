@@ -46,6 +46,7 @@ struct Work {
     std::string name;
     std::vector<std::string> contestants{};                            ///< in the order of their entry
     std::map<std::pair<std::string, std::string>, Measured> results{}; ///< by contestant and variant
+    std::map<std::string, double> goals{};                             ///< by contestant
 };
 
 namespace
@@ -83,7 +84,8 @@ public:
 
 void printLine(auto const&... cells)
 {
-    std::printf("| %-62s | %-24s | %8s | %7s | %-11s | %-24s | %7s |\n", std::string(cells).c_str()...);
+    std::printf("| %-62s | %-24s | %8s | %7s | %-11s | %-24s | %7s | %-8s | %-7s |\n",
+                std::string(cells).c_str()...);
 }
 
 /// The line of ours against one rival, or of ours alone if that is the rival. None if a filter has left one
@@ -112,20 +114,25 @@ bool printWorst(Work& work, std::string const& rival)
         return figure(median) + " (" + figure(m.nanoseconds.front()) + "-" + figure(m.nanoseconds.back()) +
                ")";
     };
+    auto const goal = work.goals.find(rival);
+    bool const hasGoal = goal != work.goals.end();
+    std::string const most = hasGoal ? figure(goal->second) + (alone ? " ns" : " x") : "";
+    std::string const verdict = !hasGoal ? "" : ratioOf(*us, *them) <= goal->second ? "met" : "missed";
     printLine(title, times(*us), figure(us->allocations), us->bytes > 0 ? figure(us->bytes) : "",
-              alone ? "" : rival, alone ? "" : times(*them), alone ? "" : figure(ratioOf(*us, *them)));
+              alone ? "" : rival, alone ? "" : times(*them), alone ? "" : figure(ratioOf(*us, *them)), most,
+              verdict);
     return true;
 }
 
 void printTable()
 {
-    printLine("work", "ours, ns", "allocs", "bytes", "rival", "rival, ns", "ratio");
-    printLine("---", "---", "--:", "--:", "---", "---", "--:");
+    printLine("work", "ours, ns", "allocs", "bytes", "rival", "rival, ns", "ratio", "goal", "verdict");
+    printLine("---", "---", "--:", "--:", "---", "---", "--:", "--:", "---");
     for (Work& work : works) {
         int lines = 0;
         for (std::string const& contestant : work.contestants)
             if (contestant != ours) lines += printWorst(work, contestant);
-        if (lines == 0) printWorst(work, ours);
+        if (lines == 0 || work.goals.count(ours) != 0) printWorst(work, ours);
     }
 }
 
@@ -145,6 +152,12 @@ Contest& Contest::enter(std::string const& contestant, Contestant run, std::stri
     auto* const entry =
         benchmark::RegisterBenchmark(name.c_str(), threads_ == Threads::one ? onOneThread(run) : run);
     if (threads_ == Threads::all) entry->UseRealTime();
+    return *this;
+}
+
+Contest& Contest::goal(double most, std::string const& contestant)
+{
+    work_.goals[contestant] = most;
     return *this;
 }
 

@@ -3,7 +3,8 @@
 ///
 /// Each contestant is a benchmark named "work/contestant", or "work/contestant/variant" where a work has
 /// variants (a rounding mode, say). The table has a line for each work and rival: of the variants the one
-/// with the largest ratio. Its figures are medians of the repetitions, with the least and the largest.
+/// with the largest ratio. Its figures are medians of the repetitions, with the least and the largest. Where
+/// there is a goal, the line says whether it is met.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -30,6 +31,8 @@ class Contest
 public:
     explicit Contest(std::string const& work, Threads threads = Threads::one);
     Contest& enter(std::string const& contestant, Contestant run, std::string const& variant = "");
+    /// The ratio to a contestant that we are to keep to, or nanoseconds an item if that is ours.
+    Contest& goal(double most, std::string const& contestant = "loop");
 
 private:
     struct Work& work_;
