@@ -2,7 +2,6 @@
 
 #include "multiword/rounding.h"
 
-#include <cmath>
 #include <type_traits>
 
 // One text, compiled for what a processor may have. Resolvers run before a

@@ -12,6 +12,7 @@
 
 #include <orvex/foundation/fxpmodes.h>
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -40,6 +41,13 @@ struct TwoChunks {
         : low(static_cast<unsigned long long>(value)), high(static_cast<unsigned long long>(value >> 64))
     {
     }
+    /// Of a whole double below 2^127 in magnitude: its high part is exact, and so is what that leaves.
+    explicit TwoChunks(double whole)
+    {
+        double const above = std::floor(whole * 0x1p-64);
+        high = static_cast<unsigned long long>(static_cast<long long>(above));
+        low = static_cast<unsigned long long>(whole - above * 0x1p64);
+    }
     explicit operator Lane128() const
     {
         return static_cast<Lane128>(static_cast<long long>(high)) << 64 | static_cast<Lane128>(low);
@@ -55,7 +63,8 @@ template <class T, class Lane>
 T toWord(Lane lane)
 {
     if constexpr (std::is_same_v<T, TwoChunks>)
-        return TwoChunks(static_cast<Lane128>(lane));
+        return TwoChunks(
+            static_cast<std::conditional_t<std::is_same_v<Lane, double>, double, Lane128>>(lane));
     else
         return static_cast<T>(lane);
 }
