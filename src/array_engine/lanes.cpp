@@ -30,33 +30,39 @@ struct UnsignedOf<Lane128> {
 template <class Lane>
 using Unsigned = typename UnsignedOf<Lane>::type;
 
-/// Looks for lanes outside a range: marks them, or remembers how far above its least value one was, counted
-/// round the end of the lane.
+/// Looks for lanes outside a range: marks them, or remembers that there was one. Counted round the end of the
+/// lane, the distances from both limits have their top bit clear inside and one of them has it set outside,
+/// as long as the range is no more than half of what there is; it is that or all, and then nothing is
+/// outside.
 template <class Lane, bool marking>
 class Guard
 {
 public:
     Guard(LaneLimits<Lane> limits, Marks* marks)
-        : least_(static_cast<Unsigned<Lane>>(limits.least)),
-          span_(static_cast<Unsigned<Lane>>(limits.most) - least_), marks_(marks)
+        : least_(static_cast<Unsigned<Lane>>(limits.least)), most_(static_cast<Unsigned<Lane>>(limits.most)),
+          watches_(isNegative(most_ - least_) ? 0 : ~Unsigned<Lane>{0}), marks_(marks)
     {
     }
 
     void see(std::size_t i, Lane value)
     {
-        auto const distance = static_cast<Unsigned<Lane>>(static_cast<Unsigned<Lane>>(value) - least_);
+        auto const bits = static_cast<Unsigned<Lane>>(value);
+        auto const distances = static_cast<Unsigned<Lane>>((bits - least_) | (most_ - bits));
         if constexpr (marking)
-            marks_[i] = static_cast<Marks>(marks_[i] | (distance > span_ ? outside : silent));
+            marks_[i] = static_cast<Marks>(marks_[i] | (isNegative(distances & watches_) ? outside : silent));
         else
-            farthest_ = distance > farthest_ ? distance : farthest_;
+            gathered_ |= distances;
     }
 
-    bool found() const { return marking || farthest_ > span_; }
+    bool found() const { return marking || isNegative(gathered_ & watches_); }
 
 private:
+    static bool isNegative(Unsigned<Lane> bits) { return static_cast<Lane>(bits) < 0; }
+
     Unsigned<Lane> least_;
-    Unsigned<Lane> span_;
-    Unsigned<Lane> farthest_ = 0;
+    Unsigned<Lane> most_;
+    Unsigned<Lane> watches_;
+    Unsigned<Lane> gathered_ = 0;
     Marks* marks_;
 };
 

@@ -41,12 +41,14 @@ struct TwoChunks {
         : low(static_cast<unsigned long long>(value)), high(static_cast<unsigned long long>(value >> 64))
     {
     }
-    /// Of a whole double below 2^127 in magnitude: its high part is exact, and so is what that leaves.
+    /// Of a whole double below 2^127 in magnitude, which the high and the low part of that hold exactly.
     explicit TwoChunks(double whole)
     {
-        double const above = std::floor(whole * 0x1p-64);
-        high = static_cast<unsigned long long>(static_cast<long long>(above));
-        low = static_cast<unsigned long long>(whole - above * 0x1p64);
+        double const magnitude = std::fabs(whole);
+        double const above = std::floor(magnitude * 0x1p-64);
+        unsigned long long const negative = whole < 0.0 ? 1 : 0;
+        low = (static_cast<unsigned long long>(magnitude - above * 0x1p64) ^ (0 - negative)) + negative;
+        high = (static_cast<unsigned long long>(above) ^ (0 - negative)) + (low == 0 ? negative : 0);
     }
     explicit operator Lane128() const
     {
