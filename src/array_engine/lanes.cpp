@@ -166,7 +166,7 @@ ORVEX_CLONES bool roundRealsBy(double const* reals, std::size_t n, RealToLane co
             found[i] = static_cast<Lane32>(vanishes ? left : mark);
         } else {
             out[i] = static_cast<Lane>(inside ? r : 0.0);
-            any |= !inside | vanishes ? 1u : 0u;
+            any |= (!inside | vanishes) ? 1u : 0u;
         }
     }
     if constexpr (marking)
