@@ -392,6 +392,7 @@ void contestScalars()
 {
     for (int const bits : {16, 64, 128}) {
         Contest contest("scalar made from a double and destroyed, " + std::to_string(bits) + " bits");
+        contest.goal(40, ours);
         contest.enter(ours, [=](State& state) {
             double const* const x = reals(0).data();
             auto const make = [x, type = signedType(bits, bits - 1)](std::size_t i) {
@@ -411,10 +412,11 @@ void contestScalars()
         });
 #endif
     }
-    auto const contest = [](char const* work, auto run, [[maybe_unused]] auto rival) {
+    auto const contest = [](char const* work, double most, auto run, [[maybe_unused]] auto rival) {
         auto const& a = integers<std::int32_t>(20, 1);
         auto const& b = integers<std::int32_t>(14, 2);
         Contest to(work);
+        if (most > 0) to.goal(most, ours);
         to.enter(ours, [=, &a, &b](State& state) {
             Number x(over(a, 20), signedType(32, 20), nearest, saturate); // its own
             Number const y = over(b, 20);
@@ -429,13 +431,14 @@ void contestScalars()
         });
 #endif
     };
-    auto const same = [&](char const* work, auto run) { contest(work, run, run); };
-    same("scalar a + b, full precision, int32", [](auto& a, auto& b) { return a + b; });
-    same("scalar a * b, full precision, int32", [](auto& a, auto& b) { return a * b; });
-    same("scalar a += b, equal types, int32", [](auto& a, auto& b) { a += b; });
-    same("scalar a < b, int32", [](auto& a, auto& b) { return a < b; });
+    // A goal of 0 is none.
+    auto const same = [&](char const* work, double most, auto run) { contest(work, most, run, run); };
+    same("scalar a + b, full precision, int32", 60, [](auto& a, auto& b) { return a + b; });
+    same("scalar a * b, full precision, int32", 0, [](auto& a, auto& b) { return a * b; });
+    same("scalar a += b, equal types, int32", 10, [](auto& a, auto& b) { a += b; });
+    same("scalar a < b, int32", 0, [](auto& a, auto& b) { return a < b; });
     contest(
-        "scalar divide, int32", [](auto& a, auto& b) { return Number::divide(a, b, signedType(48, 20)); },
+        "scalar divide, int32", 0, [](auto& a, auto& b) { return Number::divide(a, b, signedType(48, 20)); },
         [](auto& a, auto& b) { return a / b; });
 }
 

@@ -247,6 +247,19 @@ public:
         run(convert_, [](Family& f, std::size_t i) { return f.convert(i); });
     }
 
+    /// What numbers in place are to reach.
+    void setGoals()
+    {
+        if (bits_ == 128) {
+            add_.goal(15, ours);
+            compare_.goal(15, ours);
+        }
+        if (bits_ < 256) return;
+        double const most = bits_ <= 1024 ? 1.5 : 3;
+        multiply_.goal(most, "mpz");
+        divide_.goal(most, "mpz");
+    }
+
 private:
     int bits_;
     std::string tail_;
@@ -262,6 +275,7 @@ void defineContests()
         Works numbers(bits, "Number");
         kernels.enter<Kernels>(ours);
         numbers.enter<Numbers>(ours);
+        numbers.setGoals();
 #ifdef ORVEX_BENCH_GMP
         kernels.enter<Limbs>("mpn");
         numbers.enter<BigIntegers<boost::multiprecision::mpz_int>>("mpz");
