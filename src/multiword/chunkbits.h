@@ -71,28 +71,24 @@ void incrementChunks(Chunk* chunks, fxpDataTypeProp const& type, Count count)
     }
 }
 
-/// Subtracts 1; below the type's minimum it wraps to the maximum. Silent.
+/// Subtracts 1 from a value that is not the least of a signed type; from 0 an unsigned one wraps to the
+/// maximum. Silent.
 template <class Count>
 void decrementChunks(Chunk* chunks, fxpDataTypeProp const& type, Count count)
 {
-    bool const wasNegative = chunksAreNegative(chunks, type, count);
     int i = 0;
     for (; i < count && chunks[i] == 0; ++i)
         chunks[i] = i == count - 1 && !type.isSigned() ? lowMask(topBit(type)) : allOnes;
     if (i < count) --chunks[i];
-    Chunk& top = chunks[count - 1];
-    if (i == count - 1 && type.isSigned() && ((top & bitMask(topBit(type))) != 0) != wasNegative)
-        top = fixedTopChunk(top, type);
 }
 
-/// Number of bits up to the highest set one; 0 for zero.
+/// Number of bits up to the highest set one of a value that is not zero.
 template <class Count>
 long long bitLength(Chunk const* chunks, Count count)
 {
-    for (int i = count - 1; i >= 0; --i)
-        if (chunks[i] != 0)
-            return static_cast<long long>(i) * chunkBits + static_cast<int>(std::bit_width(chunks[i]));
-    return 0;
+    int i = count - 1;
+    while (chunks[i] == 0) --i;
+    return static_cast<long long>(i) * chunkBits + static_cast<int>(std::bit_width(chunks[i]));
 }
 
 /// The 64 bits from a position up of an unsigned value; zeros stand below position 0 and above the top.

@@ -165,10 +165,10 @@ private:
             DoubleChunk const second = static_cast<DoubleChunk>(digit) * divisor_[n_ - 2];
             digit -= second > ((static_cast<DoubleChunk>(high) << chunkBits) | remainder_[n_ - 2]);
         }
-        if (subtractMultiple(remainder_, divisor_, digit, n_)) do {
-                --digit;
-                addDivisor(remainder_, divisor_, n_);
-            } while (remainder_[n_] != 0);
+        if (subtractMultiple(remainder_, divisor_, digit, n_)) { // by now at most one too large
+            --digit;
+            addDivisor(remainder_, divisor_, n_);
+        }
         return digit;
     }
 

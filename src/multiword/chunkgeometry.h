@@ -97,12 +97,11 @@ Chunk signFillChunk(Chunk const* chunks, fxpDataTypeProp const& type, Count coun
     return chunksAreNegative(chunks, type, count) ? allOnes : 0;
 }
 
-/// The bit of an absolute weight: 0 below the lowest stored bit, the sign at and above the word length.
+/// The bit of an absolute weight not below that of the lowest bit: the sign at and above the word length.
 template <class Count>
 bool getChunksBitAtWeight(Chunk const* chunks, fxpDataTypeProp const& type, long long weight, Count count)
 {
     long long const position = weight - type.fixedExponent;
-    if (position < 0) return false;
     if (position >= type.wordLength) return chunksAreNegative(chunks, type, count);
     return (chunks[position / chunkBits] >> (position % chunkBits)) & 1;
 }
@@ -119,19 +118,6 @@ inline Chunk minValueChunk(int i, fxpDataTypeProp const& type)
 {
     if (!type.isSigned() || i < numChunksOfType(type) - 1) return 0;
     return highMask(topBit(type));
-}
-
-/// That bit of the type's maximum: 0 outside the word.
-inline bool maxValueBitAtWeight(fxpDataTypeProp const& type, long long weight)
-{
-    long long const position = weight - type.fixedExponent;
-    return position >= 0 && position < type.getWordLengthNonSign();
-}
-
-/// That bit of the type's minimum: the signedness from the sign bit up.
-inline bool minValueBitAtWeight(fxpDataTypeProp const& type, long long weight)
-{
-    return type.isSigned() && weight - type.fixedExponent >= type.wordLength - 1LL;
 }
 
 template <class Count>

@@ -25,7 +25,7 @@ void storeChunksThroughCast(OrvexClientInterface& client, double* out, fxpDataTy
 
 fxpDataTypeProp fixedTwin(fxpDataTypeProp type)
 {
-    if (type.mode == fxpModeDataTypeScaledDouble) type.mode = fxpModeDataTypeFixed;
+    type.mode = fxpModeDataTypeFixed;
     return type;
 }
 

@@ -328,12 +328,13 @@ void Number::rotate(int count, bool left)
     std::unique_ptr<NumberBody> const other(NumberBodyFactory::createNumberBody(&body()));
     auto const away = static_cast<unsigned>(count);
     auto const back = static_cast<unsigned>(getWordLength()) - away;
-    if (left)
+    if (left) {
         other->bitShiftLeftLogical(away);
-    else
+        body().bitShiftRightLogical(back);
+    } else {
         other->bitShiftRightLogical(away);
-    if (back != 0 && left) body().bitShiftRightLogical(back);
-    if (back != 0 && !left) body().bitShiftLeftLogical(back);
+        body().bitShiftLeftLogical(back);
+    }
     body().bitOrEqual(other.get());
 }
 

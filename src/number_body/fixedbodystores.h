@@ -216,7 +216,7 @@ void FixedBody<Storage, Parts>::assignPart(Word* place, NumberBody const& other,
 {
     if (!holdsStoredIntegers(other)) {
         CastMixFloatFixptRealization const plan(dataType(), other.dataType(), false, false);
-        double const raw = part == Part::real ? other.getRawDoubleValue() : other.getImagRawDoubleValue();
+        double const raw = other.getRawDoubleValue(); // such a body has one part
         multiword::storeRealWorldDouble(client(), target(place), *plan.pFxpDtpYNet(),
                                         type_basic::applyPlan(raw, plan), roundMode(), overflowMode());
         return;

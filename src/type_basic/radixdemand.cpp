@@ -43,8 +43,8 @@ RadixDemand::RadixDemand(OrvexClientInterface& client, fxpDataTypeProp const& in
             std::min(minRealWorld, chunksToRealWorldDouble(minChunks.data(), scaledTypeNoBias, count));
     }
     // A signed type reaches minus a power of two but not plus it: the term is tried with the sign that can
-    // fit.
-    if (slopeTerm > maxRealWorld && minRealWorld < 0.0) slopeTerm = -slopeTerm;
+    // fit. Only a type that reaches below zero does not reach its slope.
+    if (slopeTerm > maxRealWorld) slopeTerm = -slopeTerm;
 }
 
 } // namespace ORVEX::type_basic

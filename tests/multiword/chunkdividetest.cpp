@@ -272,6 +272,12 @@ TEST(ChunkDivide, LongOperands)
             int const bits = static_cast<int>(msb(abs(a))) - static_cast<int>(msb(abs(b)));
             to = fixedType(to.isSigned(), std::max(1, bits + random.between(0, 2)), whole);
         }
+        if (i % 40 == 1) // a quotient of many chunks
+            to = fixedType(to.isSigned(), random.between(1100, 1600), whole - random.between(1000, 1500));
+        if (i % 7 == 0 && b != 0) { // just below a multiple by whole chunks: the first digit is too large
+            a = wrapTo((abs(b) << 64) - random.pick(std::array<Int, 3>{1, abs(b) / 2, abs(b)}), aType);
+            to.fixedExponent = whole;
+        }
         for (int const sat : bothOverflows) // a wrap for each bit would not end
             if (sat || to.fixedExponent > whole - 1000)
                 check(to, a, aType, b, bType, sat, {random.pick(roundings), random.pick(roundings)});

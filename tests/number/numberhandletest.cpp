@@ -63,8 +63,8 @@ Number shaped(Dims const& dims, Type const& type, OrvexClientInterface& client, 
 // Types with a bias that most of them cannot reach with 0.0, which every new number is filled with.
 std::vector<Type> allKindsOfTypes()
 {
-    std::vector<Type> types{withMode(fixedType(true, 12, -2, 1.5, 1.0), fxpModeDataTypeScaledDouble),
-                            Type::doubleDataType(), Type::singleDataType()};
+    std::vector<Type> types{scaledDouble(fixedType(true, 12, -2, 1.5, 1.0)), Type::doubleDataType(),
+                            Type::singleDataType()};
     for (int const bits : {5, 8, 12, 16, 24, 33, 64, 65, 128, 129})
         for (bool const isSigned : {false, true})
             types.push_back(fixedType(isSigned, bits, -1, 1.25, isSigned ? -3.0 : 40.0));
@@ -117,23 +117,6 @@ TEST(NumberHandle, EveryConstructor)
         for (Number const* const it : {&external, &copy})
             EXPECT_EQ(State::of(*it), (State{type, {1, 3}, 3, isFixed, 0, nearest, saturate, true}));
         EXPECT_TRUE(external.getSIArray() == lent.data() && copy.getSIArray() != lent.data());
-        if (!isFixed) continue;
-        // Into another type of the same scaling: all zeros first, then each element.
-        Type narrow = type;
-        narrow.wordLength = 4;
-        std::vector<Outcome> outcomes(6, quantize(0.0, narrow, floor_, wrap));
-        Events events;
-        Storage wanted(narrow, 6);
-        for (std::size_t i = 0; i < 6; ++i)
-            outcomes.push_back(convert(lent.integer(i, type.isSigned()), type, narrow, floor_, wrap));
-        for (std::size_t i = 0; i < 12; ++i) {
-            wanted.put(i % 6, chunksOf(outcomes[i].stored, 1));
-            events.insert(events.end(), outcomes[i].events.begin(), outcomes[i].events.end());
-        }
-        Number const converted(from, narrow, floor_, wrap);
-        EXPECT_EQ(storageOf(converted), wanted);
-        EXPECT_EQ(client.events(), events);
-        EXPECT_EQ(State::of(converted), (State{narrow, {1, 3}, 3, true, 0, floor_, wrap}));
         EXPECT_EQ(from.getIndex(), 2U);
     }
 }
@@ -170,6 +153,8 @@ TEST(NumberHandle, ShapeCursorAndRecord)
     void const* const storage = a.getSIArray();
     a.setNumberOfElements(4);
     EXPECT_EQ(a.getSIArray(), storage);
+    EXPECT_EQ(dimsOf(a), sizes);
+    EXPECT_THROW(a.setNDims(~0ULL), std::bad_alloc);
     EXPECT_EQ(dimsOf(a), sizes);
     EXPECT_TRUE(&a[2] == &a && a.getIndex() == 2);
     EXPECT_EQ(std::as_const(a)[1].getRWDoubleValue(), 2.0);
@@ -214,28 +199,21 @@ TEST(NumberHandle, ReadsAndWrites)
             double rw[6], si[6];
             float single[6];
             EXPECT_TRUE(a.getAllRWDoubleValues(rw) == rw && a.getAllSIDoubleValues(si) == si &&
-                        a.getAllRWSingleValues(single) == single);
-            std::unique_ptr<double[]> const newRw(a.getAllRWDoubleValues()),
-                newSi(a.getAllSIDoubleValues(nullptr));
-            std::unique_ptr<float[]> const newSingle(a.getAllRWSingleValues());
-            EXPECT_EQ(a.getIndex(), 1U);
+                        a.getAllRWSingleValues(single) == single && a.getIndex() == 1);
+            std::unique_ptr<double[]> const newSi(a.getAllSIDoubleValues(nullptr));
             Storage wanted = storageOf(a);
             for (std::size_t part = 0; part < 6; ++part) {
                 a.setIndex(part / step);
                 bool const isImag = part % step == 1;
                 double const value = isImag ? a.getImagRWDoubleValue() : a.getRWDoubleValue(),
                              stored = isImag ? a.getImagSIDoubleValue() : a.getSIDoubleValue();
-                EXPECT_TRUE(rw[part] == value && newRw[part] == value && si[part] == stored &&
-                            newSi[part] == stored && single[part] == static_cast<float>(value) &&
-                            newSingle[part] == single[part]);
+                EXPECT_TRUE(rw[part] == value && si[part] == stored && newSi[part] == stored &&
+                            single[part] == static_cast<float>(value));
                 if (!isFixed) continue;
-                Int const integer = wanted.integer(part, type.isSigned());
-                Chunk const word = isImag ? a.getImagSIArrayValueUnsigned() : a.getSIArrayValueUnsigned();
+                Chunk const word = chunksOf(wanted.integer(part, type.isSigned()), 1)[0];
+                EXPECT_EQ(isImag ? a.getImagSIArrayValueUnsigned() : a.getSIArrayValueUnsigned(), word);
                 EXPECT_EQ(isImag ? a.getImagSIArrayValueSigned() : a.getSIArrayValueSigned(),
                           static_cast<long long>(word));
-                EXPECT_EQ(word, chunksOf(integer, 1)[0]);
-                EXPECT_EQ(value, readRealWorld(integer, type));
-                EXPECT_EQ(stored, readRadix(integer, fixedType(type.isSigned(), type.wordLength)));
             }
             auto const expectLast = [&](double value, double imag) {
                 wanted.put(2 * step, storedOf(value, type, nearestSaturate).pattern);
@@ -275,8 +253,8 @@ TEST(NumberHandle, Disp)
     expect(Number(-1.25, s(16, -4), client, nearest, wrap), "-1.25", "Fixed",
            "        Signed: True\n    WordLength: 16\nFractionLength: 4\n\n");
     expect(array, "0.125 1e+10 ", "Fixed", "        Signed: True\n    WordLength: 40\nFractionLength: 4\n\n");
-    expect(valued({24.0, 8.0}, withMode(u(12, 3), fxpModeDataTypeScaledDouble), client), "24 8 ",
-           "ScaledDouble", "        Signed: False\n    WordLength: 12\nFractionLength: -3\n\n");
+    expect(valued({24.0, 8.0}, scaledDouble(u(12, 3)), client), "24 8 ", "ScaledDouble",
+           "        Signed: False\n    WordLength: 12\nFractionLength: -3\n\n");
     expect(valued({0.1}, Type::doubleDataType(), client), "0.1", "Double", "");
     expect(valued({}, Type::singleDataType(), client), "", "Single", "");
     EXPECT_EQ(array.getIndex(), 0U);
@@ -330,7 +308,7 @@ TEST(NumberHandle, ArrayEqualsChecksShapes)
 TEST(NumberHandle, ArrayEqualsAboveTheLimitLeavesSomeUndone)
 {
     std::array const types{s(16, -2), Type::doubleDataType(), Type::singleDataType(),
-                           withMode(s(16, -2), fxpModeDataTypeScaledDouble)};
+                           scaledDouble(s(16, -2))};
     RecordingClient client;
     for (std::size_t const count : {500U, 501U})
         for (Type const& to : types)
@@ -457,12 +435,13 @@ TEST(NumberHandle, TypeChanges)
         }
     // Between modes: as numbers. Scaled doubles among themselves: the same doubles, told to nobody.
     RecordingClient client;
-    Number number(600, 2, Dims{1, 600}.data(), withMode(type, fxpModeDataTypeScaledDouble), client, nearest,
-                  saturate, false);
+    Number number(600, 2, Dims{1, 600}.data(), scaledDouble(type), client, nearest, saturate, false);
     number.copyDataIntoSIArray(Values(600, -100.5).data(), 600);
-    for (Type const& to : {withMode(other, fxpModeDataTypeScaledDouble), Type::doubleDataType(), s(16, 7)})
+    for (Type const& to : {scaledDouble(other), Type::doubleDataType(), s(16, 7)})
         EXPECT_EQ(number.reinterpretCast(to)[599].getSIDoubleValue(), to == s(16, 7) ? -101.0 : -100.5) << to;
     EXPECT_EQ(client.events(), Events{});
+    Number const real(2.5, Type::doubleDataType(), client, nearest, wrap);
+    EXPECT_EQ(real.reinterpretCast(Type::doubleDataType()).getRWDoubleValue(), 2.5);
 }
 
 TEST(NumberHandle, PartsAndTransposition)
@@ -508,6 +487,12 @@ TEST(NumberHandle, PartsAndTransposition)
             EXPECT_EQ(elementsOf(t), transposed);
             EXPECT_EQ(State::of(t), (State{type, {3, 2}, 6, isComplex}));
             EXPECT_EQ(elementsOf(a.ctranspose()), conjugated);
+            // Sizes are not checked against the count; what they promise beyond it is not there.
+            Dims const large{4, 2};
+            Number b(a);
+            b.setNDims(2);
+            b.setDims(large.data());
+            EXPECT_EQ(elementsOf(b.transpose())[1], elements[4]);
             EXPECT_EQ(client.events(), Events{});
         }
 }

@@ -88,6 +88,8 @@ TEST(NumberBodyFactory, HasNoBodyForBooleanAndUnknownModes)
         Type const type{static_cast<fxpModeDataType>(mode), true, 16, 1.0, 0, 0.0, 0};
         EXPECT_EQ(Factory::createNumberBody(&one, type, client, 1, nearest, saturate, false), nullptr);
         EXPECT_EQ(Factory::createNumberBody(&one, &one, type, client, 1, nearest, saturate), nullptr);
+        EXPECT_THROW(Factory::createNumberBody(&one, &one, type, client, ~0ULL, nearest, saturate),
+                     std::bad_alloc);
         void* const none = nullptr;
         EXPECT_EQ(Factory::createNumberBody(none, type, client, 1, nearest, saturate, true), nullptr);
     }

@@ -11,22 +11,40 @@ using N = NumberBody;
 using P = NumberBody const*;
 
 double const infinity = std::numeric_limits<double>::infinity(), nan_ = std::nan("");
-Type const real = Type::doubleDataType(), narrow = Type::singleDataType();
-Type const scaled16 = withMode(s(16, -4), fxpModeDataTypeScaledDouble);
+constexpr auto Over = Event::scaledDoubleOverflow, Under = Event::scaledDoubleUnderflow;
+constexpr auto Max = Event::saturationToMax, Min = Event::saturationToMin;
+
+Type const real = Type::doubleDataType(), narrow = Type::singleDataType(), scaled16 = scaledDouble(s(16, -4)),
+           q4 = scaledDouble(s(8, -4));
 
 Value raw(Type const& type, double value)
 {
     return {type, {}, type.mode == fxpModeDataTypeSingle ? static_cast<float>(value) : value};
 }
 
-/// Runs an operation that tells nobody.
-void expectAfter(Value const& before, double after, std::function<void(N&)> const& run,
-                 std::string const& text = "")
+/// What an operation leaves and tells, broken off at each event too. Unlike words, a double has been stored
+/// by then, unless `isStoredLast`.
+void expectAfter(Value const& before, double after, Events const& events, std::function<void(N&)> const& run,
+                 bool isStoredLast = false, std::string const& text = "")
 {
-    Held held(before);
-    EXPECT_EQ(printedBy([&] { run(*held); }), text) << before;
-    EXPECT_EQ(held.value(), raw(before.type, after)) << before;
-    EXPECT_TRUE(held.isAloneTouched() && held.client.events().empty()) << before;
+    for (std::size_t throwAt = 0; throwAt <= events.size(); ++throwAt) {
+        Held held(before, {fxpModeRoundingCeiling, 1}); // which play no part
+        held.client.throwAt = throwAt;
+        bool thrown = false;
+        std::string const printed = printedBy([&] {
+            try {
+                run(*held);
+            } catch (RecordingClient::Thrown const&) {
+                thrown = true;
+            }
+        });
+        Events told = events;
+        told.resize(std::min(throwAt + 1, events.size()));
+        ASSERT_TRUE(thrown == (throwAt < events.size()) && held.client.events() == told &&
+                    held.isAloneTouched() && printed == text)
+            << before << testing::PrintToString(held.client.events()) << printed;
+        ASSERT_EQ(held.value(), raw(before.type, thrown && isStoredLast ? before.raw : after)) << before;
+    }
 }
 
 TEST(FloatingBodies, DoNothingBeyondWhatTheyCan)
@@ -52,27 +70,23 @@ TEST(FloatingBodies, DoNothingBeyondWhatTheyCan)
         EXPECT_EQ(it.getImagSIArrayValueSigned() | it.getSIArrayValueSignedAt(1), 0);
         EXPECT_EQ(it.getImagSIArrayValueUnsigned() | it.getSIArrayValueUnsignedAt(1), 0U);
         EXPECT_EQ(it.getSIArrayInHex(), "Need to implement");
-    };
-    auto const silentUnlessScaled = [](N& it, P b) {
+        if (it.dataType().mode == fxpModeDataTypeScaledDouble) return;
         for (auto const run : {&N::bitAndEqual, &N::bitOrEqual, &N::bitXorEqual}) (it.*run)(b);
         it.bitCmp();
         it.bitShiftRightLogical(1);
     };
-    Value const others[] = {
-        raw(real, 2.0), raw(narrow, 2.0), raw(scaled16, 2.0), {s(8), {2}}, {s(99), {2, 3}}};
     for (Type const& type : {real, narrow, scaled16})
-        for (Value const& other : others) {
-            Held const held(other);
-            P const b = held.body();
-            Value const before = raw(type, 6.5);
-            bool const isScaled = type.mode == fxpModeDataTypeScaledDouble;
-            std::string const need = isScaled ? "Need to do scaled-double " : "Need to do floating-point ";
-            expectAfter(before, 6.5, [&](N& it) { silent(it, b); });
-            if (!isScaled) expectAfter(before, 6.5, [&](N& it) { silentUnlessScaled(it, b); });
-            expectAfter(
-                before, 6.5, [&](N& it) { it.plusEquals(b); }, need + "plusEquals!\n");
-            expectAfter(
-                before, 6.5, [&](N& it) { it.minusEquals(b); }, need + "minusEquals!\n");
+        for (Value const& other :
+             {raw(real, 2.0), raw(narrow, 2.0), raw(scaled16, 2.0), {s(8), {2}}, {s(99), {2, 3}}}) {
+            Held const b(other);
+            std::string const need =
+                type == scaled16 ? "Need to do scaled-double " : "Need to do floating-point ";
+            auto const expect = [&](auto const& run, std::string const& text) {
+                expectAfter(raw(type, 6.5), 6.5, {}, run, false, text);
+            };
+            expect([&](N& it) { silent(it, b.body()); }, "");
+            expect([&](N& it) { it.plusEquals(b.body()); }, need + "plusEquals!\n");
+            expect([&](N& it) { it.minusEquals(b.body()); }, need + "minusEquals!\n");
         }
 }
 
@@ -83,16 +97,13 @@ TEST(FloatingBodies, TruncateToIntegers)
         double value;
         Chunk asSigned, asUnsigned;
     };
-    for (Row const& row : {Row{0.0, 0, 0},
-                           {2.9, 2, 2},
+    for (Row const& row : {Row{2.9, 2, 2},
                            {-2.9, Chunk(-2), Chunk(-2)},
-                           {0x1p62, top / 2, top / 2},
                            {0x1.fffffep62, top - (top >> 24), top - (top >> 24)},
                            {0x1p63, top, top},
                            {0x1.8p63, top, top + top / 2},
                            {-0x1p63, top, top},
                            {0x1p64, top, 0},
-                           {-1e30, top, top},
                            {-infinity, top, top},
                            {nan_, top, top}})
         for (Type const& type : {real, narrow, scaled16}) {
@@ -117,7 +128,6 @@ TEST(FloatingBodies, ShiftsScaleByAPowerOfTwo)
                            {5.0, 1, 2.5, 10.0},
                            {0x1p-1074, 1, 0.0, 0x1p-1073},
                            {-1.0, 1023, -0x1p-1023, -0x1p1023},
-                           {0x1p-1000, 1023, 0.0, 0x1p23},
                            // The power itself is infinite.
                            {0x1p1000, 1024, 0.0, infinity},
                            {0.0, 1024, 0.0, nan_},
@@ -125,102 +135,177 @@ TEST(FloatingBodies, ShiftsScaleByAPowerOfTwo)
                            {1.0, INT_MAX, 0.0, infinity},
                            // A negative count, as it comes through the unsigned argument.
                            {5.0, -1, 10.0, 2.5},
-                           {3.0, -2000, infinity, 0.0}})
+                           {3.0, -2000, infinity, 0.0},
+                           // In double, then narrowed.
+                           {0x1p-149, 200, 0x1p-349, 0x1p51},
+                           {0x1.8p100, 200, 0x1.8p-100, 0x1.8p300},
+                           {0x1.8p-148, 1, 0x1.8p-149, 0x1.8p-147}})
         for (Type const& type : {real, narrow, scaled16}) {
             unsigned const count = static_cast<unsigned>(row.count);
             Value const before = raw(type, row.value);
             if (!sameDouble(before.raw, row.value)) continue; // out of a float's range
-            expectAfter(before, row.right, [&](N& it) { it.bitShiftRightArith(count); });
-            expectAfter(before, row.left, [&](N& it) { it.bitShiftLeftLogical(count); });
+            expectAfter(before, row.right, {}, [&](N& it) { it.bitShiftRightArith(count); });
+            expectAfter(before, row.left, {}, [&](N& it) { it.bitShiftLeftLogical(count); });
         }
-    // In double, then narrowed.
-    expectAfter(raw(narrow, 0x1p-149), 0x1p51, [](N& it) { it.bitShiftLeftLogical(200); });
-    expectAfter(raw(narrow, 0x1.8p100), 0x1.8p-100, [](N& it) { it.bitShiftRightArith(200); });
-    expectAfter(raw(narrow, 0x1.8p-149), 0x1p-149, [](N& it) { it.bitShiftRightArith(1); });
 }
 
-TEST(FloatingBodies, AssignmentReadsTheRealWorldValue)
+/// Floats take the real-world value; scaled doubles Q as it is of their own type, and otherwise the value
+/// through the plan of such a cast.
+TEST(FloatingBodies, AssignmentFromEveryKind)
 {
-    Random random(61);
-    for (int i = 0; i < 4000; ++i) {
-        Value const from = anyValue(random, random.pick(std::array{16, 64, 300}), true, true);
+    Random random(71);
+    std::vector<Value> sources;
+    // Through a power of two that is infinite or zero, and past any word.
+    Type const high = scaledDouble(s(8, 1100)), low = scaledDouble(s(8, -1100, 1.0, 2.0));
+    for (double const value : {3.0, 0.0, 1e300, infinity, -infinity, nan_})
+        for (Type const& type : {high, low, real, narrow}) sources.push_back(raw(type, value));
+    for (int i = 0; i < 4000; ++i)
+        sources.push_back(anyValue(random, random.pick(std::array{8, 16, 64, 300}), true, true));
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        Value from = sources[i];
+        bool const isFloat = !from.isFixed() && from.type.mode != fxpModeDataTypeScaledDouble;
+        Type to = anyValue(random, random.pick(std::array{8, 16, 64, 300}), true, false).type;
+        to.mode = fxpModeDataTypeScaledDouble;
+        if (i % 10 == 0 && from.type.mode == fxpModeDataTypeScaledDouble) to = from.type;
+        ScaledOutcome wanted{from.raw, {}};
+        if (isFloat)
+            wanted = scaledFromRealWorld(from.raw, to);
+        else if (!(from.type == to))
+            wanted = scaledFromRealWorld(
+                throughPlan(from.isFixed() ? readRadix(from.parts[0], stripped(from.type)) : from.raw,
+                            from.type, to),
+                stripped(to));
+        SCOPED_TRACE(testing::Message() << to << " from " << from);
         Held const other(from);
         double const value = realWorldOf(from);
-        ASSERT_TRUE(sameDouble(other->getRWDoubleValue(), value)) << from;
+        ASSERT_TRUE(sameDouble(other->getRWDoubleValue(), value));
+        auto const assign = [&](N& it) { it.assignNumber(other.body()); };
         for (Type const& type : {real, narrow}) {
-            SCOPED_TRACE(testing::Message() << from);
-            expectAfter(raw(type, -7.0), value, [&](N& it) { it.assignNumber(other.body()); });
+            expectAfter(raw(type, -7.0), value, {}, assign);
+            expectAfter(raw(type, -7.0), from.raw, {}, [&](N& it) { it.assignDouble(&from.raw); });
         }
+        expectAfter(raw(to, 77.0), wanted.stored, wanted.events, assign);
+        ASSERT_FALSE(HasFailure());
     }
-    // Through the power of two, which is infinite or zero, and past any word.
-    Type const high{fxpModeDataTypeScaledDouble, true, 8, 1.0, 1100, 0.0, 0},
-        low{fxpModeDataTypeScaledDouble, true, 8, 1.0, -1100, 2.0, 0};
-    for (Value const& from :
-         {raw(high, 3.0), raw(high, 0.0), raw(low, 1e300), raw(low, infinity), raw(real, 1e300),
-          raw(real, -infinity), raw(real, nan_), raw(narrow, nan_), raw(narrow, 1e39)})
-        for (Type const& type : {real, narrow}) {
-            Held const other(from);
-            expectAfter(raw(type, -7.0), realWorldOf(from), [&](N& it) { it.assignNumber(other.body()); });
-            expectAfter(raw(type, -7.0), from.raw, [&](N& it) { it.assignDouble(&from.raw); });
-        }
 }
 
-TEST(FloatingBodies, CompareWithFixedNumbersAlone)
+TEST(ScaledDouble, StoresInUnitsUnquantizedAndReadsBack)
 {
-    Type const biased = fixedType(true, 8, -1, 1.5, 2.0), shifted = fixedType(true, 8, 0, 1.0, 2.0);
-    Int const one = 1;
     struct Row {
-        double value;
-        Value other;
-        int order;
-        bool isEqual;
+        Type type;
+        double value, stored;
+        Events events;
+        double read;
     };
     Row const rows[] = {
-        {5.0, {s(8), {5}}, 0, true},
-        {-5.5, {s(8, -1), {-11}}, 0, true},
-        {4.25, {biased, {3}}, 0, true},
-        {4.0, {biased, {3}}, -1, false},
-        {255.0, {u(8), {255}}, 0, true},
-        {0.5, {s(100, -80), {one << 79}}, 0, true},
-        {0x1p60, {s(64), {(one << 60) + 1}}, 0, true}, // in doubles
-        {nan_, {s(8), {5}}, 2, false},
-        {infinity, {s(8), {127}}, 1, false},
-        {5.0, {fixedType(true, 8, 0, 1.0, nan_), {5}}, 2, false},
-        {5.0, {s(8), {5, 1}}, 0, false},
-        {5.0, {s(100), {5, one << 70}}, 0, false},
-        {2.0, {shifted, {0, 0}}, 0, false}, // the imaginary part is 2.0
-        {2.0, {shifted, {0, -2}}, 0, true},
-        {5.0, raw(real, 6.0), 0, true},
-        {5.0, raw(narrow, nan_), 0, true},
-        {nan_, raw(scaled16, 3.0), 0, true},
+        {q4, 1.03125, 16.5, {}, 1.03125},
+        {q4, 100.0, 1600.0, {Over}, 100.0},
+        {q4, 0.03, 0.48, {Under}, 0.03},
+        {q4, -0.0, -0.0, {}, 0.0}, // the bias is added
+        {q4, 7.96875, 127.5, {Over}, 7.96875},
+        {q4, -8.0, -128.0, {}, -8.0},
+        {q4, nan_, nan_, {}, nan_},
+        {q4, infinity, infinity, {Over}, infinity},
+        {scaledDouble(u(8)), -0.25, -0.25, {Over}, -0.25}, // below the least
+        {scaledDouble(s(8, -1, 1.5, 2.0)), 4.25, 3.0, {}, 4.25},
+        {scaledDouble(s(8, -1, 1.5, 2.0)), 0.0, -2.0 / 1.5 / 0.5, {}, 0.0},
+        {scaledDouble(s(8, 0, -2.0, 1.0)), 5.0, -2.0, {}, 5.0},
+        {scaledDouble(s(8, 0, 0.0, 1.0)), 5.0, infinity, {Over}, nan_},
+        {scaledDouble(u(64)), 0x1p64, 0x1p64, {}, 0x1p64}, // the limit as a double
+        {scaledDouble(s(300)), 0x1.8p299, 0x1.8p299, {Over}, 0x1.8p299},
+        // Powers that a double does not have: ldexp has some that repeated squaring misses.
+        {scaledDouble(s(8, 1024)), 0x1p1023, 0.0, {}, nan_},
+        {scaledDouble(s(8, -1023)), 0x1p-1022, 2.0, {}, 0x1p-1022},
+        {scaledDouble(s(8, -1074)), 0x1p-1070, 16.0, {}, 0.0},
+        {scaledDouble(s(8, -1075)), 1.0, infinity, {Over}, nan_},
+        {scaledDouble(s(8, -1075)), 0.0, nan_, {}, nan_},
     };
-    Type const units = withMode(s(16), fxpModeDataTypeScaledDouble),
-               scaled = withMode(biased, fxpModeDataTypeScaledDouble);
-    for (Row const& row : rows)
-        for (Type const& type : {real, narrow, units, scaled}) {
-            double const stored = type == scaled ? (row.value - 2.0) / 0.75 : row.value;
-            Held const held(raw(type, stored)), other(row.other);
-            if (held->getRWDoubleValue() != row.value && row.value == row.value) continue; // not in this type
-            EXPECT_EQ(held->compareTo(other.body()), row.order) << held.value() << " and " << row.other;
-            EXPECT_EQ(held->isEqualTo(other.body()), row.isEqual) << held.value() << " and " << row.other;
-        }
+    for (Row const& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.type << ' ' << row.value);
+        expectAfter({row.type, {}, 77.0}, row.stored, row.events,
+                    [&](N& it) { it.assignDouble(&row.value); });
+        Held const held({row.type, {}, row.stored});
+        EXPECT_TRUE(sameDouble(held->getRWDoubleValue(), row.read)) << held->getRWDoubleValue();
+        EXPECT_TRUE(sameDouble(held->getSIDoubleValue(), row.stored));
+    }
 }
 
-TEST(FloatingBodies, SetValueCopiesAnyNumberOfDoublesAsTheyAre)
+TEST(ScaledDouble, BitsBelowAndAboveTwoToThe62)
 {
-    std::vector<double> values = specialDoubles();
-    values.resize(1000, std::bit_cast<double>(0x7FF8000000ABCDEFULL));
-    RecordingClient client;
-    for (Type const& type : {real, narrow}) {
-        std::unique_ptr<N> const body(
-            NumberBodyFactory::createNumberBody(std::vector<double>(1000).data(), type, client, 1000,
-                                                fxpModeRoundingFloor, fxpModeOverflowWrap, false));
-        body->setValue(values.data());
-        Storage wanted(type, 1000);
-        for (std::size_t i = 0; i < 1000; ++i) wanted.put(i, storedOf(values[i], type, {}).pattern);
-        EXPECT_EQ(Storage(type, 1000, body->getSIArray()), wanted);
+    struct Row {
+        Type type;
+        double a;
+        Value b;
+        double and_, or_, xor_;
+        Events events{};
+        double not_ = nan_; // of a; unchecked if NaN
+        Events notEvents{};
+    };
+    Type const s8 = scaledDouble(s(8)), u8 = scaledDouble(u(8)), s70 = scaledDouble(s(70)),
+               u100 = scaledDouble(u(100)), u64 = scaledDouble(u(64));
+    Row const rows[] = {
+        {s8, 12.9, raw(s8, -3.9), 12.0, -3.0, -15.0, {}, -13.0},
+        {u8, 5.0, raw(u8, 300.0), 4.0, 301.0, 297.0, {}, -6.0}, // signed 64-bit integers, whatever the type
+        {scaledDouble(s(8, -4, 1.5, 3.0)), 12.0, raw(q4, 10.0), 8.0, 14.0, 6.0, {}, -13.0},
+        {s8, 12.0, raw(real, 10.7), 8.0, 14.0, 6.0},
+        {s8, 12.0, {s(16, -3), {10}}, 8.0, 14.0, 6.0},
+        {s8, 0x1p62, raw(s8, 3.0), 0.0, 0x1p62, 0x1p62, {}, -0x1p62}, // 3 is lost in the double
+        {s8, 3.0, raw(s8, 0x1p62), 0.0, 0x1p62, 0x1p62},
+        {s8, -1e30, raw(s8, -1.0), -0x1p63, -1.0, 0x1p63, {}, 0x1p63}, // the bound is on one side alone
+        // Beyond, on the bits of the type: the other first, then this one.
+        {s70, 0x1p65 + 0x1p60, raw(s70, 0x1p65), 0x1p65, 0x1p65 + 0x1p60, 0x1p60, {}, -0x1p65 - 0x1p60},
+        {s70, 0x1p63, raw(s70, -1.0), 0x1p63, -1.0, -0x1p63, {}, -0x1p63},
+        {s70, 0x1p63, raw(s70, 2.5), 0.0, 0x1p63, 0x1p63, {}, -0x1p63},
+        {s8, 0x1p63, raw(s8, 5.0), 5.0, 127.0, 122.0, {Max}, -128.0, {Max}},
+        {s8, -1000.0, raw(s8, infinity), 0.0, -1.0, -1.0, {Max, Min}, 999.0},
+        {u8, -3.0, raw(u8, 0x1p63), 0.0, 255.0, 255.0, {Max, Min}, 2.0},
+        {u64, 0x1.8p63, raw(u64, 0x1p63), 0x1p63, 0x1.8p63, 0x1p62, {}, 0x1p62},
+        // The complement of a second chunk keeps the wrong bits, beyond the word.
+        {u100, 0x1p63, raw(u100, 0x1p70), 0.0, 0x1.02p70, 0x1.02p70, {}, 0x1p128 - 0x1p99, {Over}},
+    };
+    for (Row const& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.type << ' ' << row.a << " and " << row.b);
+        Held const b(row.b);
+        Value const a{row.type, {}, row.a};
+        std::pair<void (N::*)(P), double> const operations[] = {
+            {&N::bitAndEqual, row.and_}, {&N::bitOrEqual, row.or_}, {&N::bitXorEqual, row.xor_}};
+        for (auto const& [run, result] : operations)
+            expectAfter(
+                a, result, row.events, [&](N& it) { (it.*run)(b.body()); }, true);
+        if (row.not_ == row.not_)
+            expectAfter(
+                a, row.not_, row.notEvents, [](N& it) { it.bitCmp(); }, row.notEvents != Events{Over});
     }
-    EXPECT_EQ(client.events(), Events{});
+}
+
+TEST(ScaledDouble, LogicalRightShiftGoesThroughTheBitsOfTheType)
+{
+    struct Row {
+        Type type;
+        double value;
+        unsigned count;
+        double result;
+        Events events{};
+    };
+    Row const rows[] = {
+        {scaledDouble(s(16)), -4.0, 1, 32766.0},
+        {scaledDouble(s(16)), -4.0, 0, -4.0},
+        {scaledDouble(s(16, -4, 1.5, 2.0)), 40.0, 3, 5.0}, // in units, whatever the scaling
+        {scaledDouble(s(16)), 16.5, 0, 17.0},              // to nearest
+        {scaledDouble(u(16)), 65535.0, 15, 1.0},
+        {scaledDouble(s(100)), -1.0, 64, 0x1p64}, // as a double
+        {scaledDouble(s(100)), 0x1p70, 66, 16.0},
+        {q4, 0.48, 1, 0.0, {Event::underflow}},
+        {q4, 0.6, 0, 1.0, {Event::underflow}},
+        {q4, nan_, 1, 0.0},
+        {q4, infinity, 2, 31.0, {Max}},
+    };
+    for (Row const& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.type << ' ' << row.value << " by " << row.count);
+        expectAfter(
+            {row.type, {}, row.value}, row.result, row.events,
+            [&](N& it) { it.bitShiftRightLogical(row.count); }, true);
+    }
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <iostream>
 #include <sstream>
+#include <string>
 
 namespace orvextest
 {
@@ -19,13 +20,8 @@ using Element = std::vector<Int>; ///< one part, or the real and the imaginary o
 using Elements = std::vector<Element>;
 using Dims = std::vector<unsigned long long>;
 
-inline fxpDataTypeProp s(int bits, int exponent = 0) { return fixedType(true, bits, exponent); }
-inline fxpDataTypeProp u(int bits, int exponent = 0) { return fixedType(false, bits, exponent); }
-inline fxpDataTypeProp withMode(fxpDataTypeProp type, fxpModeDataType mode)
-{
-    type.mode = mode;
-    return type;
-}
+inline std::string const foreign = "Need to determine rules for heterogeneous arithmetic!\n";
+inline std::string const dimsDisagree = Orvex::number::ArrayDimMustAgree().identifier();
 
 /// The stored parts of an array of numbers, to be lent to one or copied into it.
 inline Storage storageOf(fxpDataTypeProp const& type, Elements const& elements)

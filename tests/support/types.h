@@ -76,6 +76,24 @@ inline fxpDataTypeProp fixedType(bool isSigned, int wordLength, int exponent = 0
     return {isSigned, wordLength, factor, exponent, bias};
 }
 
+inline fxpDataTypeProp s(int bits, int exponent = 0, double factor = 1.0, double bias = 0.0)
+{
+    return fixedType(true, bits, exponent, factor, bias);
+}
+inline fxpDataTypeProp u(int bits, int exponent = 0, double factor = 1.0, double bias = 0.0)
+{
+    return fixedType(false, bits, exponent, factor, bias);
+}
+inline fxpDataTypeProp withMode(fxpDataTypeProp type, fxpModeDataType mode)
+{
+    type.mode = mode;
+    return type;
+}
+inline fxpDataTypeProp scaledDouble(fxpDataTypeProp const& type)
+{
+    return withMode(type, fxpModeDataTypeScaledDouble);
+}
+
 /// Word lengths at and around every change of container or chunk count.
 inline constexpr std::array seamWordLengths{1,  2,  7,   8,   9,   31,  32,  33,  63,
                                             64, 65, 100, 127, 128, 129, 192, 193, 300};

@@ -13,30 +13,21 @@ using Type = fxpDataTypeProp;
 Type const dbl = Type::doubleDataType();
 Type const sgl = Type::singleDataType();
 
-Type fix(int bits, int exponent = 0, double factor = 1.0, double bias = 0.0)
-{
-    return fixedType(true, bits, exponent, factor, bias);
-}
-Type scaledDouble(int bits, int exponent = 0, double factor = 1.0, double bias = 0.0)
-{
-    return {fxpModeDataTypeScaledDouble, true, bits, factor, exponent, bias, 0};
-}
-
 TEST(NetNominalTypes, Table)
 {
     Type const boolean(fxpModeDataTypeBoolean, true, 16, 1.5, 3, 4.0, 0);
     struct Row {
         Type y, u, wantU;
     };
-    Row const rows[] = {{fix(8, -3, 1.5), fix(9, 2), fix(9, 4, 1 / 1.5 * 2)},
-                        {fix(8, -1, 1.5, 1.0), fix(9, -1, 1.5, 2.5), fix(9, 0, 1.0, 2.0)},
-                        {fix(8, -2000, 1.0, 1.0), fix(8, -2000, 1.0, 1.0), fix(8)}, // no 0 / 0
+    Row const rows[] = {{s(8, -3, 1.5), s(9, 2), s(9, 4, 1 / 1.5 * 2)},
+                        {s(8, -1, 1.5, 1.0), s(9, -1, 1.5, 2.5), s(9, 0, 1.0, 2.0)},
+                        {s(8, -2000, 1.0, 1.0), s(8, -2000, 1.0, 1.0), s(8)}, // no 0 / 0
                         {dbl, dbl, dbl},
-                        {fix(8, -3), dbl, scaledDouble(64, 3)},
-                        {fix(8, 0, 1.0, 5.0), dbl, scaledDouble(64, 0, 1.0, -5.0)},
-                        {fix(8, 1, 1.5), sgl, scaledDouble(32, -2, 1 / 1.5 * 2)},
-                        {fix(8), scaledDouble(20, 4, 1.5, 1.0), scaledDouble(20, 4, 1.5, 1.0)},
-                        {fix(8, 3, 1.0, 4.0), boolean, fixedType(false, 8, 0, 1.5)}};
+                        {s(8, -3), dbl, scaledDouble(s(64, 3))},
+                        {s(8, 0, 1.0, 5.0), dbl, scaledDouble(s(64, 0, 1.0, -5.0))},
+                        {s(8, 1, 1.5), sgl, scaledDouble(s(32, -2, 1 / 1.5 * 2))},
+                        {s(8), scaledDouble(s(20, 4, 1.5, 1.0)), scaledDouble(s(20, 4, 1.5, 1.0))},
+                        {s(8, 3, 1.0, 4.0), boolean, fixedType(false, 8, 0, 1.5)}};
     for (Row const& row : rows) {
         Type uNet, yNet, wantY = row.y;
         wantY.setScaling(1.0, 0, 0.0);
@@ -62,32 +53,31 @@ TEST(MixedCastPlan, Table)
         int exponent, normalExponent;
     };
     Row const rows[] = {
-        {fix(16, 0, 1.5), fix(16), no, no, divides, no, 1.5, -0.0, 0, -1},
-        {fix(16, 0, 1.5), fix(16), mul, no, no, no, 1 / 1.5, 0.0, -1, -1},
-        {fix(16, -3, 1.5), sgl, no, no, divides, no, 1.5 / 8, -0.0, -3, 2},
-        {fix(16, 0, 1.5, 8.0), sgl, no, no, divides, wide, 1.5, -8.0, 0, -1},
+        {s(16, 0, 1.5), s(16), no, no, divides, no, 1.5, -0.0, 0, -1},
+        {s(16, 0, 1.5), s(16), mul, no, no, no, 1 / 1.5, 0.0, -1, -1},
+        {s(16, -3, 1.5), sgl, no, no, divides, no, 1.5 / 8, -0.0, -3, 2},
+        {s(16, 0, 1.5, 8.0), sgl, no, no, divides, wide, 1.5, -8.0, 0, -1},
 
-        {fix(16, 0, 1.5), fix(16, 2, 1.5), no, no, no, no, 4.0, 0.0, 2, 2},
-        {sgl, fix(16, 0, 1.5), no, no, no, no, 1.5, 0.0, 0, 0},
-        {fix(16), fix(16), no, no, no, no, 1.0, 0.0, 0, 0},
+        {s(16, 0, 1.5), s(16, 2, 1.5), no, no, no, no, 4.0, 0.0, 2, 2},
+        {sgl, s(16, 0, 1.5), no, no, no, no, 1.5, 0.0, 0, 0},
+        {s(16), s(16), no, no, no, no, 1.0, 0.0, 0, 0},
 
-        {sgl, fix(25, 0, 1.0, 4.0), no, no, no, no, 1.0, 4.0, 0,
-         0}, // 24 bits and the sign: a float's mantissa
-        {sgl, fix(26, 0, 1.0, 4.0), no, no, no, wide, 1.0, 4.0, 0, 0},
-        {sgl, fix(8, 0, 1.0, 0.1), no, no, no, wide, 1.0, 0.1, 0, 0},
-        {sgl, fix(8, 0, 1.5, 4.0), no, no, no, wide, 1.5, 4.0, 0, 0},
-        {sgl, fix(128), no, no, no, no, 1.0, 0.0, 0, 0},
-        {sgl, fix(129), no, no, no, wide, 1.0, 0.0, 0, 0},
-        {sgl, fix(129, 200, 1.5, 0.1), no, strict, no, no, std::ldexp(1.5, 200), 0.1, 200, 200},
-        {sgl, fix(8, 127), no, no, no, no, 0x1p127, 0.0, 127, 127},
-        {sgl, fix(8, 128), no, no, no, wide, 0x1p128, 0.0, 128, 128},
-        {sgl, fix(8, -126), no, no, no, no, 0x1p-126, 0.0, -126, -126},
-        {sgl, fix(8, -127), no, no, no, wide, 0x1p-127, 0.0, -127, -127},
-        {sgl, fix(8, 0, nan), no, no, no, no, nan, 0.0, 0, 0},
-        {dbl, fix(8), mul, strict, no, wide, 1.0, 0.0, 0, 0},
-        {fix(8), dbl, no, strict, no, wide, 1.0, 0.0, 0, 0},
-        {scaledDouble(8), fix(8), mul, strict, no, wide, 1.0, 0.0, 0, 0},
-        {fix(8), scaledDouble(8, 3), mul, strict, no, wide, 8.0, 0.0, 3, 3}};
+        {sgl, s(25, 0, 1.0, 4.0), no, no, no, no, 1.0, 4.0, 0, 0}, // 24 bits and the sign: a float's mantissa
+        {sgl, s(26, 0, 1.0, 4.0), no, no, no, wide, 1.0, 4.0, 0, 0},
+        {sgl, s(8, 0, 1.0, 0.1), no, no, no, wide, 1.0, 0.1, 0, 0},
+        {sgl, s(8, 0, 1.5, 4.0), no, no, no, wide, 1.5, 4.0, 0, 0},
+        {sgl, s(128), no, no, no, no, 1.0, 0.0, 0, 0},
+        {sgl, s(129), no, no, no, wide, 1.0, 0.0, 0, 0},
+        {sgl, s(129, 200, 1.5, 0.1), no, strict, no, no, std::ldexp(1.5, 200), 0.1, 200, 200},
+        {sgl, s(8, 127), no, no, no, no, 0x1p127, 0.0, 127, 127},
+        {sgl, s(8, 128), no, no, no, wide, 0x1p128, 0.0, 128, 128},
+        {sgl, s(8, -126), no, no, no, no, 0x1p-126, 0.0, -126, -126},
+        {sgl, s(8, -127), no, no, no, wide, 0x1p-127, 0.0, -127, -127},
+        {sgl, s(8, 0, nan), no, no, no, no, nan, 0.0, 0, 0},
+        {dbl, s(8), mul, strict, no, wide, 1.0, 0.0, 0, 0},
+        {s(8), dbl, no, strict, no, wide, 1.0, 0.0, 0, 0},
+        {scaledDouble(s(8)), s(8), mul, strict, no, wide, 1.0, 0.0, 0, 0},
+        {s(8), scaledDouble(s(8, 3)), mul, strict, no, wide, 8.0, 0.0, 3, 3}};
     for (Row const& row : rows) {
         SCOPED_TRACE(testing::Message() << row.y << " from " << row.u << row.useFloatMul << row.strictSingle);
         CastMixFloatFixptRealization plan(dbl, dbl, false, false);
@@ -109,11 +99,11 @@ TEST(MixedCastPlan, Table)
 TEST(MixedCastPlan, EveryStepIsRoundedToThePrecision)
 {
     Random random(5);
-    for (Type const& y : {dbl, sgl, fix(16, -3, 1.3), fix(16, -3, 1.3, 0.7)})
-        for (Type const& u : {dbl, sgl, fix(60, 4, 1.0, 3.0), fix(16, -9, 1.7)})
+    for (Type const& y : {dbl, sgl, s(16, -3, 1.3), s(16, -3, 1.3, 0.7)})
+        for (Type const& u : {dbl, sgl, s(60, 4, 1.0, 3.0), s(16, -9, 1.7)})
             for (int i = 0; i < 200; ++i) {
                 CastMixFloatFixptRealization const plan(y, u, i % 3 == 0, i % 2 == 0);
-                double const x = random.doubleNear(fix(40, -10));
+                double const x = random.doubleNear(s(40, -10));
                 // One double step on floats is exact enough to be rounded to float once more.
                 auto const r = [&](double v) { return plan.CalcUseDouble() ? v : double(float(v)); };
                 double const slope = r(plan.ApproachNetSlope()), bias = r(plan.ApproachNetBias());
@@ -121,7 +111,7 @@ TEST(MixedCastPlan, EveryStepIsRoundedToThePrecision)
                     plan.UseDivApproach() ? r(r(r(x) + bias) / slope) : r(r(r(x) * slope) + bias);
                 EXPECT_EQ(ORVEX::type_basic::applyPlan(x, plan), want) << y << u << x;
             }
-    CastMixFloatFixptRealization const plan(fix(16, 0, 1.5), dbl, false, false);
+    CastMixFloatFixptRealization const plan(s(16, 0, 1.5), dbl, false, false);
     EXPECT_EQ(ORVEX::type_basic::applyPlan(1.5, plan), 1.0);
 }
 

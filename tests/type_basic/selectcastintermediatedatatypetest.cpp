@@ -17,12 +17,6 @@ using namespace ORVEX::type_basic;
 using Type = fxpDataTypeProp;
 using Hardware = fxpProdHardware;
 
-Type s(int bits, int exponent = 0, double factor = 1.0, double bias = 0.0)
-{
-    return fixedType(true, bits, exponent, factor, bias);
-}
-Type u(int bits, int exponent = 0) { return fixedType(false, bits, exponent); }
-
 Hardware const& hardwareNumber(int i)
 {
     static Hardware const all[] = {Hardware::getASICTypeHardware(),
@@ -100,6 +94,8 @@ TEST(CastIntermediate, Table)
         {dbl, half, asic, 128, {dbl, 0, 1}},
         {sgl, half, asic, 128, {sgl, 0, 1}},
         {{fxpModeDataTypeDouble, true, 64, 1.0, 0, 9.0, 0}, sgl, asic, 128, {dbl, 0, 1}},
+        {s(16, -8), {fxpModeDataTypeDouble, true, 64, 1.0, 0, 9.0, 0}, asic, 128, {dbl, 0, 1}},
+        {scaledDouble(s(16, -8)), half, asic, 128, {s(17, -8), 0, 1}},
         {s(16, -8), half, asic, 128, {s(17, -8), 0, 1}},
         {s(16, -8), half, nullptr, 128, {s(17, -8), 0, 1}},
         {s(16, -8), half, micro, 128, {s(32, -8), 0, 1}},

@@ -180,6 +180,14 @@ TEST(SelectRadix, Table)
         conditions.reset();
         EXPECT_TRUE(conditions.isClear());
     }
+    for (Type const& radix : {Type::singleDataType(), fixedType(true, 8, -3)}) { // left as they are
+        RecordingClient client;
+        Type out[3];
+        ORVEX::selectRadixDataType_WithTerms(client, &out[0], &radix, &asic);
+        ORVEX::selectRadixDataTypeMax(client, &out[1], &radix);
+        ORVEX::selectRadixDataTypeMaxWL(client, &out[2], &radix);
+        EXPECT_TRUE(out[0] == radix && out[1] == radix && out[2] == radix);
+    }
 }
 
 TEST(SelectRadix, GoesTo129BitsOnRequestAndEndsOnASlopeOfZero)

@@ -1,0 +1,254 @@
+/// \file
+/// What an operation on a fixed element leaves, tells and shows on the way: the oracle for bodies and
+/// numbers.
+#pragma once
+
+#include "support/bodies.h"
+
+#include <functional>
+#include <optional>
+
+namespace orvextest
+{
+
+/// The integer that a container holds after its bits were changed.
+inline Int inContainer(std::vector<Chunk> const& pattern, fxpDataTypeProp const& type)
+{
+    Storage storage(type, 1);
+    storage.put(0, pattern);
+    return storage.integer(0, type.isSigned());
+}
+inline Int inContainer(Int const& value, fxpDataTypeProp const& type)
+{
+    return inContainer(patternOf(value, type), type);
+}
+
+/// A double truncated to 64 bits. What does not fit is the least integer, beyond 2^63 of the unsigned form
+/// the same plus the top bit.
+inline Int truncated(double value, bool isSigned)
+{
+    Int const top = Int(1) << 63;
+    auto const helper = [&](double x) { return x >= -0x1p63 && x < 0x1p63 ? Int(std::trunc(x)) : Int(-top); };
+    return isSigned         ? helper(value)
+           : value > 0x1p63 ? wrapTo(helper(value - 0x1p63) + top, u(64))
+                            : wrapTo(helper(value), u(64));
+}
+
+/// A bit counted from 0, the sign above the word.
+inline bool bitAt(Int const& value, int bit) { return modulo(floorOf(scaled(value, -bit)), 2) != 0; }
+
+/// The type of a full-precision product, and of a full-precision sum.
+inline fxpDataTypeProp productRule(fxpDataTypeProp const& a, fxpDataTypeProp const& b)
+{
+    return fixedType(a.isSigned() || b.isSigned(), a.wordLength + b.wordLength,
+                     a.fixedExponent + b.fixedExponent);
+}
+inline fxpDataTypeProp sumRule(fxpDataTypeProp const& a, fxpDataTypeProp const& b)
+{
+    int const f = -std::min(a.fixedExponent, b.fixedExponent);
+    return {a.isSigned() || b.isSigned(),
+            std::max(a.wordLength + a.fixedExponent, b.wordLength + b.fixedExponent) + f + 1, f};
+}
+
+/// A fixed element at work. Slope and bias play a part only where the other operand is not fixed; conversions
+/// between different scalings are not modelled.
+struct Model : Steps {
+    fxpDataTypeProp type;
+
+    Model(Value const& value, Modes with) : Steps{with, value.parts}, type(value.type) {}
+    bool isComplex() const { return now.size() == 2; }
+    bool isMultiWord() const { return type.wordLength > 64; }
+    Value value() const { return {type, now}; }
+
+    void tell(Events const& list)
+    {
+        for (Event const event : list) {
+            events.push_back(event);
+            seen.push_back(now);
+        }
+    }
+    Int formed(Outcome const& outcome)
+    {
+        tell(outcome.events);
+        return outcome.stored;
+    }
+    /// Underflow finds the old value, any other event the new one.
+    void put(std::size_t part, Outcome outcome)
+    {
+        if (!outcome.events.empty() && outcome.events[0] == Event::underflow) {
+            tell({Event::underflow});
+            outcome.events.erase(outcome.events.begin());
+        }
+        now[part] = outcome.stored;
+        tell(outcome.events);
+    }
+    bool refuses(Value const& other)
+    {
+        if (!other.isFixed()) text = foreign;
+        return !other.isFixed();
+    }
+
+    Outcome converted(Value const& from, std::size_t part) const
+    {
+        if (!from.isFixed())
+            return quantize(throughPlan(from.raw, from.type, type), stripped(type), modes.round, modes.sat);
+        if (from.type == type) return {from.parts[part], {}};
+        return convert(from.parts[part], from.type, type, modes.round, modes.sat);
+    }
+    void add(std::size_t part, int sign, Value const& other, std::size_t otherPart)
+    {
+        Int const term = formed(converted(other, otherPart));
+        put(part, store(Rational(now[part] + sign * term), type, 0, modes.sat));
+    }
+    Outcome product(Int const& a, fxpDataTypeProp const& aType, Int const& b,
+                    fxpDataTypeProp const& bType) const
+    {
+        return converted({productRule(aType, bType), {a * b}}, 0);
+    }
+    /// Nothing where a wrapping quotient does not fit: what that leaves is another test's matter.
+    std::optional<Outcome> quotient(Int const& a, fxpDataTypeProp const& aType, Int const& b,
+                                    fxpDataTypeProp const& bType) const
+    {
+        Int const least = minStored(type), most = maxStored(type);
+        if (b == 0) return Outcome{a < 0 ? least : most, {Event::divisionByZero}};
+        Rational const exact = Rational(b < 0 ? Int(-a) : a, abs(b)) *
+                               scaled(1, aType.fixedExponent - bType.fixedExponent - type.fixedExponent);
+        if (exact == 0) return Outcome{0, {}};
+        if (modes.sat == 0 && (abs(exact) >= most || (exact < 0 && !type.isSigned()))) return {};
+        if (exact < 0 && !type.isSigned()) return Outcome{0, {Event::saturationToMax}};
+        if (exact < least) return Outcome{least, {Event::saturationToMin}};
+        return store(exact, type, modes.round, modes.sat, fxpModeRoundingZero);
+    }
+
+    void assign(Value const& other)
+    {
+        put(0, converted(other, 0));
+        if (!isComplex()) return;
+        if (other.isComplex())
+            put(1, converted(other, 1));
+        else
+            now[1] = 0;
+    }
+    void plus(int sign, Value const& other)
+    {
+        if (refuses(other)) return;
+        for (std::size_t part = 0; part < std::min(now.size(), other.parts.size()); ++part)
+            add(part, sign, other, part);
+    }
+    /// With the part unset that neither operation computes.
+    bool combine(Value const& a, Value const& b, bool isQuotient)
+    {
+        Element result(now.size());
+        for (std::size_t part = 0; a.isFixed() && b.isFixed() && part < result.size(); ++part) {
+            if (part == 1 && (!a.isComplex() || (b.isComplex() && !isQuotient))) continue;
+            auto const outcome = isQuotient ? quotient(a.parts[part], a.type, b.parts[0], b.type)
+                                            : product(a.parts[part], a.type, b.parts[0], b.type);
+            if (!outcome) return false;
+            result[part] = formed(*outcome);
+        }
+        now = result;
+        return true;
+    }
+    /// A complex element does this as signed word by signed word alone.
+    void times(Value const& other)
+    {
+        if (isComplex() && (isMultiWord() || !type.isSigned())) return;
+        bool const isRefused = refuses(other);
+        if (!isComplex())
+            combine(value(), other, false);
+        else if (!isRefused) {
+            auto const part = [&](std::size_t mine, std::size_t its) {
+                Int const factor = its < other.parts.size() ? other.parts[its] : Int(0);
+                return formed(product(now[mine], type, factor, other.type));
+            };
+            Int const first = part(0, 0);
+            bool const isWord = !other.isMultiWord(), isSignedWord = isWord && other.type.isSigned();
+            if (isWord && !isSignedWord) text = "\nComplex signed*= unsigned TBD!\n";
+            if (!isSignedWord) return;
+            Int const real = formed(store(Rational(first - part(1, 1)), type, 0, modes.sat));
+            Int const imag = part(1, 0);
+            now[1] = imag;
+            Int const last = part(0, 1);
+            put(1, store(Rational(now[1] + last), type, 0, modes.sat));
+            now[0] = real;
+        }
+    }
+
+    /// A part of another element as bits, to be taken in two's complement as far as needed.
+    Int bitsOf(Value const& other, std::size_t part) const
+    {
+        if (!other.isFixed())
+            return part == 1 ? Int(0)
+                             : truncated(other.raw, isMultiWord() ? other.type.isSigned() : type.isSigned());
+        return part < other.parts.size() ? other.parts[part] : Int(0);
+    }
+    template <class Operation>
+    void combineBits(Value const& other, Operation operation)
+    {
+        for (std::size_t part = 0; part < now.size(); ++part) {
+            std::vector<Chunk> mine = patternOf(now[part], type);
+            std::vector<Chunk> const its = patternOf(bitsOf(other, part), type);
+            std::ranges::transform(mine, its, mine.begin(), operation);
+            now[part] = inContainer(mine, type);
+        }
+    }
+    void complement()
+    {
+        for (Int& part : now) {
+            part = inContainer(-part - 1, type);
+            if (type.isSigned()) continue;
+            std::vector<Chunk> pattern = patternOf(part, type);
+            int const bits = type.wordLength;
+            // The mask of a second chunk is the wrong one, by contract.
+            if (bits > 64 && bits <= 128)
+                pattern[1] &= ~Chunk{0} << (bits - 65);
+            else
+                pattern.back() &= ~Chunk{0} >> (63 - (bits - 1) % 64);
+            part = inContainer(pattern, type);
+        }
+    }
+    void setBit(int bit, bool value)
+    {
+        if (isComplex()) return;
+        Int const weight = Int(1) << static_cast<unsigned>(bit - 1);
+        if (bitAt(now[0], bit - 1) != value) now[0] = wrapTo(now[0] + (value ? weight : Int(-weight)), type);
+    }
+
+    // Shifts, one part after the other. Counts beyond any word are as good as this one.
+
+    static constexpr unsigned far = 3000;
+
+    void shiftRight(unsigned n)
+    {
+        for (Int& part : now) {
+            if (part > 0 && n >= static_cast<unsigned>(type.getWordLengthNonSign())) tell({Event::underflow});
+            part = floorOf(Rational(part, Int(1) << std::min(n, far)));
+        }
+    }
+    void shiftRightLogical(unsigned n)
+    {
+        // By whole chunks the sign's extension moves too.
+        int const bits =
+            isMultiWord() && n % 64 == 0 ? static_cast<int>(64 * chunkCount(type)) : type.wordLength;
+        for (Int& part : now)
+            if (n > 0) part = inContainer(wrapTo(part, u(bits)) >> std::min(n, far), type);
+    }
+    void shiftLeft(unsigned n)
+    {
+        for (Int& part : now) {
+            Int const wide = part << std::min(n, far);
+            part = isMultiWord() && n % 64 == 0 ? inContainer(wide, type) : wrapTo(wide, type);
+        }
+    }
+    /// To the right by positive counts.
+    void shiftBySign(int count)
+    {
+        unsigned const n = count < 0 ? 0U - static_cast<unsigned>(count) : static_cast<unsigned>(count);
+        if (count >= 0) return shiftRight(n);
+        if (modes.sat == 0) return shiftLeft(n);
+        for (std::size_t part = 0; part < now.size(); ++part)
+            put(part, store(Rational(now[part] << std::min(n, far)), type, 0, 1));
+    }
+};
+
+} // namespace orvextest
