@@ -21,11 +21,12 @@ namespace ORVEX
 class ORVEX_API EventLog : public ForwardingClient
 {
 public:
-    static constexpr unsigned long long unknown = ~0ULL;
-    static constexpr std::size_t defaultLimit = 1'000'000;
+    static constexpr unsigned long long unknown = ~0ULL;   ///< an element that nobody has told
+    static constexpr std::size_t defaultLimit = 1'000'000; ///< entries
 
+    /// One event, and whose it is.
     struct Entry {
-        EventKind kind;
+        EventKind kind;                       ///< what happened
         unsigned long long element = unknown; ///< flat, from 0
         bool operator==(Entry const&) const = default;
     };
@@ -33,8 +34,8 @@ public:
     /// At most `limit` entries are kept, the first ones.
     explicit EventLog(OrvexClientInterface* next = nullptr, Pass pass = Pass::all,
                       std::size_t limit = defaultLimit);
-    EventLog(EventLog const& other); ///< copies the entries too
-    EventLog& operator=(EventLog const& other);
+    EventLog(EventLog const& other);            ///< copies the entries too
+    EventLog& operator=(EventLog const& other); ///< takes the entries over
     ~EventLog() override;
 
     char const* getClassName() const override;

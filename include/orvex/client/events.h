@@ -25,7 +25,7 @@ enum class EventKind : std::uint8_t {
     netBias,            ///< a cast has quantized its net bias, with or without loss
     diagnostic          ///< receiveDiagnosticError: a type decision had to repair its input
 };
-inline constexpr std::size_t eventKindCount = 10;
+inline constexpr std::size_t eventKindCount = 10; ///< how many kinds there are
 
 /// In lower case and for a count other than 1 in the plural: "wrap", "saturations to the maximum". Lives as
 /// long as the library.
@@ -35,24 +35,31 @@ ORVEX_API char const* eventName(EventKind kind, bool isPlural = false);
 struct EventCounts {
     std::array<unsigned long long, eventKindCount> of{}; ///< by EventKind
 
+    ///@{
+    /// The count of one kind.
     unsigned long long& operator[](EventKind kind) { return of[static_cast<std::size_t>(kind)]; }
     unsigned long long operator[](EventKind kind) const { return of[static_cast<std::size_t>(kind)]; }
+    ///@}
     unsigned long long overflows() const ///< wraps and saturations
     {
         return (*this)[EventKind::wrap] + (*this)[EventKind::saturationToMin] +
                (*this)[EventKind::saturationToMax];
     }
+    /// Adds kind by kind.
     EventCounts& operator+=(EventCounts const& other)
     {
         for (std::size_t i = 0; i < of.size(); ++i) of[i] += other.of[i];
         return *this;
     }
-    EventCounts& operator-=(EventCounts const& other) ///< what came after `other` was read
+    /// What came after `other` was read.
+    EventCounts& operator-=(EventCounts const& other)
     {
         for (std::size_t i = 0; i < of.size(); ++i) of[i] -= other.of[i];
         return *this;
     }
+    /// The sum, kind by kind.
     friend EventCounts operator+(EventCounts a, EventCounts const& b) { return a += b; }
+    /// What came after `b` was read.
     friend EventCounts operator-(EventCounts a, EventCounts const& b) { return a -= b; }
     bool operator==(EventCounts const&) const = default;
 

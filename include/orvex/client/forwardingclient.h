@@ -16,11 +16,13 @@ namespace ORVEX
 class ORVEX_API ForwardingClient : public OrvexClientInterface
 {
 public:
+    /// What goes on to the client behind.
     enum class Pass : bool {
         all,      ///< events and questions
         questions ///< the events, diagnostics apart, end here
     };
 
+    /// In front of `next`, or of nobody.
     explicit ForwardingClient(OrvexClientInterface* next = nullptr, Pass pass = Pass::all);
     ForwardingClient(ForwardingClient const&) = default; ///< in front of the same client
     ForwardingClient& operator=(ForwardingClient const&) = default;

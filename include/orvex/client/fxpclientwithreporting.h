@@ -14,9 +14,9 @@
 class ORVEX_API FxpClientWithReporting : public OrvexClientInterface
 {
 public:
-    explicit FxpClientWithReporting(fxpProdHardware const& hardware); ///< keeps a copy
-    FxpClientWithReporting(FxpClientWithReporting const& other);      ///< copies the flag too
-    FxpClientWithReporting& operator=(FxpClientWithReporting const& other);
+    explicit FxpClientWithReporting(fxpProdHardware const& hardware);       ///< keeps a copy
+    FxpClientWithReporting(FxpClientWithReporting const& other);            ///< copies the flag too
+    FxpClientWithReporting& operator=(FxpClientWithReporting const& other); ///< copies the flag too
     ~FxpClientWithReporting() override;
 
     char const* getClassName() const override;
@@ -36,7 +36,9 @@ public:
 
     // New operations; their slots follow those of OrvexClientInterface in this order.
 
+    /// Has anything saturated since construction or the last reset?
     virtual bool getOverFlowOccurred() const;
+    /// Forgets it.
     virtual void resetOverFlowOccurred();
 
 private:

@@ -36,6 +36,7 @@ public:
 
     virtual ~OrvexClientInterface();
 
+    /// The name of the class, for messages to people. It lives as long as the program.
     virtual char const* getClassName() const;
 
     /// True of the do-nothing client alone. Test it before deleting what `clone` gave.
@@ -65,10 +66,11 @@ public:
     virtual void handleScaledDoublePotentialUnderflow();
 
     /// A cast has turned a net slope or a net bias into a stored integer. Called once per cast element and
-    /// net value, after the events of that quantization and before any event of the cast value. \param chunks
-    /// the stored integer, least significant chunk first. Of a net bias: as many 64-bit chunks as
-    ///                `type` has. Of a net slope: as many as the *source's* word length has, whatever `type`
-    ///                says.
+    /// net value, after the events of that quantization and before any event of the cast value.
+    ///
+    /// \param chunks  the stored integer, least significant chunk first. Of a net bias: as many 64-bit chunks
+    ///                as `type` has. Of a net slope: as many as the *source's* word length has, whatever
+    ///                `type` says.
     /// \param type    the target type of the cast with factor 1 and bias 0
     /// \param wanted  the value before quantization
     /// \param isSlope true for a net slope, false for a net bias
@@ -87,11 +89,13 @@ public:
     /// Sets the largest supported word length back to 128 bits.
     virtual void initMaxSupportedWordLength();
 
-    // The fatal-error operations exist for callers; the library calls receiveDiagnosticError alone.
-    // Whoever returns from one of them without throwing owns the diagnostic from then on.
-
+    ///@{
+    /// For callers that wish to send errors through the client; the library calls receiveDiagnosticError
+    /// alone. Throws the diagnostic, or (the first form) holds it if the hold flag is set and the class can.
+    /// Whoever returns without throwing owns the diagnostic from then on.
     virtual void receiveFatalError_HoldOrThrow(kvxDiagnosticImpl*& diagnostic) = 0;
     virtual void receiveFatalErrorAlwaysThrow(kvxDiagnosticImpl*& diagnostic) = 0;
+    ///@}
 
     /// Bad input in a type decision, after the type has been repaired. Throws kvxDiagnosticException here; an
     /// overriding operation may return, and the library goes on with the repaired type.
@@ -104,9 +108,13 @@ public:
     virtual OrvexClientInterface* clone() = 0;
 
     int getMaxSupportedWordLength() const { return maxSupportedWordLength; } ///< bits
+    ///@{
+    /// The caller's wish that a fatal error be held instead of thrown. For subclasses; no client of this
+    /// library holds one.
     bool getHoldErrorFlag() const { return holdErrorFlag; }
     void setHoldErrorFlag() { holdErrorFlag = true; }
     void resetHoldErrorFlag() { holdErrorFlag = false; }
+    ///@}
 
 protected:
     bool holdErrorFlag = false; ///< the caller's wish that a fatal error be held; for subclasses

@@ -14,10 +14,10 @@
 class ORVEX_API kvxDiagnosticImpl
 {
 public:
-    kvxDiagnosticImpl(std::string identifier, std::string text);
+    kvxDiagnosticImpl(std::string identifier, std::string text); ///< both are kept as given
 
-    std::string const& identifier() const { return identifier_; }
-    std::string const& text() const { return text_; }
+    std::string const& identifier() const { return identifier_; } ///< "Orvex:number:ArrayDimMustAgree"
+    std::string const& text() const { return text_; }             ///< English sentences for people
 
 private:
     std::string identifier_;
@@ -28,11 +28,14 @@ private:
 class ORVEX_API kvxDiagnosticException : public std::exception
 {
 public:
-    explicit kvxDiagnosticException(kvxDiagnosticImpl diagnostic);
+    explicit kvxDiagnosticException(kvxDiagnosticImpl diagnostic); ///< keeps a copy
     ~kvxDiagnosticException() override;
 
+    /// The text of the diagnostic.
     char const* what() const noexcept override { return diagnostic_.text().c_str(); }
+    /// The identifier of the diagnostic: what to test when errors are told apart.
     std::string const& identifier() const noexcept { return diagnostic_.identifier(); }
+    /// Both; lives as long as the exception.
     kvxDiagnosticImpl const& diagnostic() const noexcept { return diagnostic_; }
 
 private:

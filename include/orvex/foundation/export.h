@@ -2,6 +2,7 @@
 /// Marks what the shared library exports. Everything else is hidden.
 #pragma once
 
+/// Stands before every class and function that the shared library exports.
 #if defined(ORVEX_STATIC)
 #define ORVEX_API
 #else

@@ -19,13 +19,13 @@
 class ORVEX_API fxpDataTypeProp
 {
 public:
-    fxpModeDataType mode = fxpModeDataTypeFixed;
+    fxpModeDataType mode = fxpModeDataTypeFixed; ///< fixed, scaled double, double, single or boolean
     std::int32_t signedness = 1;    ///< private encoding: read with isSigned, write with setIsSigned
     std::int32_t wordLength = 16;   ///< bits in all, the sign bit included
     std::int32_t fixedExponent = 0; ///< power-of-two part of the slope; the fraction length is its negation
     double slopeAdjustmentFactor = 1.0; ///< the rest of the slope; 1.0 for a pure binary-point type
     double bias = 0.0;                  ///< real-world value of stored integer 0
-    fxpDataTypeDTOMode dtoMode = 0;
+    fxpDataTypeDTOMode dtoMode = 0;     ///< data type override; only copied and compared
 
     /// Signed 16 bits, fraction length 0.
     fxpDataTypeProp() = default;
@@ -44,8 +44,11 @@ public:
     /// Zero, infinite and NaN slopes are kept as the factor, with exponent 0; a negative one keeps its sign.
     fxpDataTypeProp(bool isSigned, int wordLength, double totalSlope, double bias);
 
+    /// Does the stored integer have a sign bit?
     bool isSigned() const { return signedness != 0; }
+    /// Changes nothing else: the word length keeps its number of bits.
     void setIsSigned(bool isSigned) { signedness = isSigned ? 1 : 0; }
+    /// In bits, the sign bit included.
     void setWordLength(int bits) { wordLength = bits; }
 
     /// Stores a scaling in normal form: factor in [1, 2), the exponent adjusted so that the slope is

@@ -26,17 +26,23 @@ public:
     KvxFeature(KvxFeature const&) = delete;
     KvxFeature& operator=(KvxFeature const&) = delete;
 
+    ///@{
+    /// As given at construction.
     std::string const& name() const { return name_; }
     std::string const& description() const { return description_; }
     std::string const& sourcePath() const { return sourcePath_; }
     std::string const& component() const { return component_; }
     int number() const { return number_; }
+    ///@}
 
+    /// 0 is off. What other values mean the feature says.
     std::int32_t value() const { return value_.load(std::memory_order_relaxed); }
+    /// Also calls the function that the constructor was given.
     void setValue(std::int32_t value);
 
     /// Counts one use of the feature, switched on or not.
     void countUse() { useCount_.fetch_add(1, std::memory_order_relaxed); }
+    /// How often countUse was called.
     std::uint64_t useCount() const { return useCount_.load(std::memory_order_relaxed); }
 
     /// The registered feature of that name, or null. The feature belongs to the library that made it and

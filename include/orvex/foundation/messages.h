@@ -22,6 +22,7 @@ public:
     std::string const& text() const { return text_; } ///< one or more English sentences
 
 protected:
+    /// For derived classes; both are kept as given.
     BaseMsgID(std::string identifier, std::string text);
     BaseMsgID(BaseMsgID const&) = default;
     BaseMsgID& operator=(BaseMsgID const&) = default;

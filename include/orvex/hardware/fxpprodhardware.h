@@ -44,37 +44,46 @@ public:
     /// The sizes of an ASIC, whatever `type` is.
     fxpProdHardware(ProdHWDeviceType type, FxpHardwareRounding rounding);
 
-    fxpProdHardware(fxpProdHardware const& other);
-    fxpProdHardware& operator=(fxpProdHardware const& other);
+    fxpProdHardware(fxpProdHardware const& other);            ///< with word lengths of its own
+    fxpProdHardware& operator=(fxpProdHardware const& other); ///< with word lengths of its own
     ~fxpProdHardware();
 
     /// An ASIC that divides toward zero.
     static fxpProdHardware getASICTypeHardware();
+    /// An ASIC that divides as given.
     static fxpProdHardware getASICTypeHardware(FxpHardwareRounding rounding);
 
-    // All four replace the word lengths by new ones. An ASIC gets its rounding set, to
-    // FxpHardwareRoundingZero if none is given; a microprocessor keeps the rounding that the record had.
-
+    ///@{
+    /// Makes the target another one, with new word lengths. An ASIC gets its rounding set, to
+    /// FxpHardwareRoundingZero if none is given; a microprocessor keeps the rounding that the record had.
     void createAsicDevice(FxpHardwareRounding rounding);
     void createAsicDevice();
     void createMicroDevice(unsigned int bitsChar, unsigned int bitsShort, unsigned int bitsInt,
                            unsigned int bitsLong);
     void createMicroDevice(unsigned int bitsChar, unsigned int bitsShort, unsigned int bitsInt,
                            unsigned int bitsLong, unsigned int bitsLongLong);
+    ///@}
 
     /// Shares the caller's word lengths, which must not be null, and changes nothing else.
     void setProdHW(boost::shared_ptr<HWIntegerWordLengths> sizes);
+    ///@{
+    /// Sets this alone; the word lengths stay.
     void setHWDeviceType(ProdHWDeviceType type) { deviceType = type; }
     void setHWIntDivRndMode(FxpHardwareRounding rounding) { intDivRndMode = rounding; }
+    ///@}
 
+    ///@{
+    /// The kind of device and how its integer division rounds, as set.
     ProdHWDeviceType getHWDeviceType() const { return deviceType; }
     FxpHardwareRounding getHWIntDivRndMode() const { return intDivRndMode; }
     bool isHWDeviceTypeASIC() const { return deviceType == ProdHWDeviceAsic; }
     bool isHWDeviceTypeMicropcessor() const { return deviceType == ProdHWDeviceMicro; }
+    ///@}
 
     /// The word lengths, never null. They belong to the record and last until it is destroyed, is assigned to
     /// or gets other ones.
     HWIntegerWordLengths* getHWIntegerWordlengths() const { return wordLengths.get(); }
+    /// The same under another name.
     HWIntegerWordLengths* getTestHWIntergerWordlengths() { return wordLengths.get(); }
 
     /// A copy made with new, owned by the caller.

@@ -47,8 +47,11 @@ public:
 
     virtual ~HWIntegerWordLengths();
 
+    /// The least size.
     virtual unsigned int getBitsPerSmallestInteger() const = 0;
+    /// The size of the largest single word.
     virtual unsigned int getBitsPerLargestInteger() const = 0;
+    /// The size that the target computes on by preference, its `int`.
     virtual unsigned int getBitsPerNominalInteger() const = 0;
 
     /// The size of the word or words that hold `wl` bits.
@@ -79,19 +82,21 @@ public:
 
     virtual unsigned int getNumIntegers() const = 0; ///< how many sizes there are, duplicates counted
 
-    // Element walks meet every size, unique walks skip repetitions; the two integer walks begin at the
-    // nominal integer and end where the others do.
-
+    ///@{
+    /// Begin or end of a walk over the sizes. Element walks meet every size, unique walks skip repetitions;
+    /// the two integer walks begin at the nominal integer and end where the others do.
     virtual WordLengthIterator beginElementIterator() const = 0;
     virtual WordLengthIterator endElementIterator() const = 0;
     virtual WordLengthIterator beginUniqueIterator() const = 0;
     virtual WordLengthIterator endUniqueIterator() const = 0;
     virtual WordLengthIterator beginIntegerElementIterator() const = 0;
     virtual WordLengthIterator beginIntegerUniqueIterator() const = 0;
+    ///@}
 
     /// An independent copy.
     virtual boost::shared_ptr<HWIntegerWordLengths> clone() const = 0;
 
+    /// A list of a microprocessor, or the range of an ASIC.
     virtual hwDeviceTypeEnum kind() const = 0;
 
     /// The first size not below `start` bits that satisfies the predicate, and the largest size if none does.

@@ -21,6 +21,7 @@ public:
     /// The word length at the position, in bits. Not to be asked at the end.
     virtual unsigned int current() const = 0;
 
+    /// Moves on to the next position.
     virtual void advance() = 0;
 
     /// Same kind and same position. Of positions in two different lists no answer is defined.
@@ -43,8 +44,8 @@ class ORVEX_API WordLengthIterator
 public:
     /// Takes over `impl`, made with new and not null.
     explicit WordLengthIterator(WordLengthIteratorImpl* impl);
-    WordLengthIterator(WordLengthIterator const& other);
-    WordLengthIterator& operator=(WordLengthIterator const& other);
+    WordLengthIterator(WordLengthIterator const& other);            ///< walks on its own
+    WordLengthIterator& operator=(WordLengthIterator const& other); ///< walks on its own
     ~WordLengthIterator();
 
     /// True of different positions, and of any two iterators of different kinds (element, unique, range).

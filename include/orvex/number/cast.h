@@ -17,6 +17,8 @@ public:
     Cast(Cast const&) = default;
     ~Cast() = default;
 
+    ///@{
+    /// What the cast was made with or was set to since.
     fxpDataTypeProp const& getDataType() const { return dataType_; }
     bool isSigned() const { return dataType_.isSigned(); }
     int getWordLength() const { return dataType_.wordLength; }
@@ -24,12 +26,16 @@ public:
     fxpModeRounding_tag getRoundMode() const { return roundMode_; }
     fxpModeOverflow_tag getOverflowMode() const { return overflowMode_; }
     OrvexClientInterface& getOrvexClientInterface() const { return *client_; }
+    ///@}
 
+    ///@{
+    /// Changes this of the target type or of the modes, and nothing else. Lengths in bits.
     void setIsSigned(bool isSigned) { dataType_.setIsSigned(isSigned); }
     void setWordLength(int bits) { dataType_.setWordLength(bits); }
     void setFractionLength(int bits);
     void setRoundMode(fxpModeRounding_tag mode) { roundMode_ = mode; }
     void setOverflowMode(fxpModeOverflow_tag mode) { overflowMode_ = mode; }
+    ///@}
 
     /// A new number of the target type, of the input's shape, complexity and client: the events of the
     /// conversion go to the input's client. The conversion is Number::arrayEquals. The input's cursor stays

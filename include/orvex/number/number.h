@@ -75,38 +75,51 @@ public:
     /// Every element converted to another type, with other modes.
     Number(Number const& other, fxpDataTypeProp const& type, fxpModeRounding_tag const& round,
            fxpModeOverflow_tag const& overflow);
+    /// Frees the elements unless they are the caller's or another handle shares them.
     ~Number();
 
-    // Shape
+    /// \name Shape
+    ///@{
 
+    /// Count, dimensions and sizes. A complex element counts once.
     unsigned long long getNumberOfElements() const;
     unsigned long long getNDims() const;
     unsigned long long const* getDims() const; ///< at least two sizes; valid until the shape changes
     unsigned long long getNumberOfRows() const;
     unsigned long long getNumberOfColumns() const;
     bool isScalar() const; ///< exactly one element
+    /// No elements at all.
     bool isEmpty() const;
     bool isVector() const; ///< two dimensions, one of them of size 1
     bool isRow() const;
     bool isColumn() const;
+    /// Have the elements imaginary parts?
     bool isComplex() const;
+    /// Have they none?
     bool isReal() const;
     bool isSameSize(Number const& other) const; ///< count, number of dimensions and every size agree
     int getNumChunks() const;                   ///< 64-bit chunks per part
     void
     setNumberOfElements(unsigned long long count); ///< keeps the first elements; the sizes stay as they are
     void setNDims(unsigned long long n);           ///< another n makes all sizes 1 until setDims
-    void setDims(unsigned long long const* dims);
+    void setDims(unsigned long long const* dims);  ///< as many as getNDims says
+    ///@}
 
-    // Cursor
+    /// \name Cursor
+    ///@{
 
+    /// The element that scalar operations act on, counted from 0, column by column.
     void setIndex(unsigned long long index) const;
     unsigned long long getIndex() const;
     Number const& operator[](unsigned long long index) const; ///< sets the cursor
     Number& operator[](unsigned long long index);             ///< sets the cursor
+    ///@}
 
-    // Type: the record and the modes alone, never the stored integers
+    /// \name Type and modes
+    /// The setters change the record and the modes alone, never the stored integers.
+    ///@{
 
+    /// A field of the type record, a mode or the client; see fxpDataTypeProp. Lengths in bits.
     fxpDataTypeProp const& getDataType() const;
     bool isSigned() const;
     void setIsSigned(bool isSigned);
@@ -126,44 +139,61 @@ public:
     fxpModeOverflow_tag getOverflowMode() const;
     void setOverflowMode(fxpModeOverflow_tag mode);
     OrvexClientInterface& getFxpClient() const;
+    /// Which kind of type it is.
     bool isFixed() const;
     bool isScaledDouble() const;
     bool isScaledType() const; ///< fixed or scaled double
     bool isFloat() const;      ///< double or single
+    /// Which kind of type it is.
     bool isDouble() const;
+    /// Which kind of type it is.
     bool isSingle() const;
+    /// Which kind of type it is.
     bool isBoolean() const;
+    ///@}
 
-    // Reading the element at the cursor: real-world values (RW), stored integers (SI)
+    /// \name Reading the element at the cursor
+    /// RW is the real-world value, SI the stored integer, Imag the imaginary part.
+    ///@{
 
+    /// The real-world value (RW) or the stored integer (SI), as a double: rounded, where it has more than 53
+    /// significant bits. Imag: of the imaginary part; 0 of a real number.
     double getRWDoubleValue() const;
     double getImagRWDoubleValue() const;
     double getSIDoubleValue() const;
     double getImagSIDoubleValue() const;
     long long
     getSIArrayValueSigned() const; ///< as the container holds it; of a multi-word number the low 64 bits
-    unsigned long long getSIArrayValueUnsigned() const;
-    long long getImagSIArrayValueSigned() const;
-    unsigned long long getImagSIArrayValueUnsigned() const;
+    unsigned long long getSIArrayValueUnsigned() const;     ///< the same 64 bits
+    long long getImagSIArrayValueSigned() const;            ///< of the imaginary part
+    unsigned long long getImagSIArrayValueUnsigned() const; ///< of the imaginary part
+    ///@}
 
-    // Whole-array reads into `out`, or into a new array that the caller frees with delete[]; the result is
-    // that array. Count values, 2 x count if complex.
-
+    ///@{
+    /// Reads the whole array into `out`, or into a new array that the caller frees with delete[]; the result
+    /// is that array. Count values, 2 x count, interleaved, if complex.
     double* getAllRWDoubleValues(double* out = nullptr) const;
     double* getAllSIDoubleValues(double* out = nullptr) const;
     float* getAllRWSingleValues(float* out = nullptr) const;
+    ///@}
 
-    // Storage
+    /// \name Storage
+    ///@{
 
+    /// The stored integers, in the container that the word length selects; see the constructor that wraps an
+    /// array.
     void const* getSIArray() const;
     void setSIArray(void* data); ///< adopts the caller's array, as the external constructor does
     void copyDataIntoSIArray(void const* data, unsigned long long count); ///< `count` elements of this layout
+    /// Are the elements the caller's?
     bool dataIsExternal() const;
     /// All elements in hexadecimal, three blanks between. The full container is written; the word length only
     /// fills. "Need to implement" of complex, floating and scaled-double numbers.
     std::string getSIArrayInHex() const;
+    ///@}
 
-    // Writing
+    /// \name Writing
+    ///@{
 
     Number& operator=(double const& value); ///< the element at the cursor; clears an imaginary part
     Number&
@@ -175,13 +205,17 @@ public:
     /// all, and a real source leaves the imaginary parts of a complex target. Throws
     /// IndexAssignElementCountMismatch.
     static void arrayEquals(Number& target, Number const& source);
+    /// The element at the cursor becomes the largest value of the type.
     void setMaxRWValue();
+    /// The element at the cursor becomes the least value of the type.
     void setMinRWValue();
     void setMinPositiveRWValue(); ///< one unit in the last place
     Number getMaxSIValue() const; ///< a real scalar of the type without scaling
-    Number getMinSIValue() const;
+    Number getMinSIValue() const; ///< a real scalar of the type without scaling
+    ///@}
 
-    // Type changes
+    /// \name Type changes
+    ///@{
 
     /// Within the present storage (up to 8, 16, 32, 64 bits, or the same number of chunks) the record alone
     /// changes. Otherwise all values, slope factor and bias are lost; an external number is left as it is.
@@ -194,22 +228,29 @@ public:
     /// integers. Floor and Wrap.
     Number reinterpretCast(fxpDataTypeProp const& type) const;
     Number rescale(fxpDataTypeProp const& type) const; ///< the same stored integers with another meaning
+    ///@}
 
-    // Parts
+    /// \name Parts
+    ///@{
 
-    Number real() const; ///< of the element at the cursor
-    Number imag() const;
+    Number real() const;       ///< of the element at the cursor
+    Number imag() const;       ///< of the element at the cursor
     Number realArray() const;  ///< of all; leaves this cursor on the last element
     Number& imagArray() const; ///< of all; made with new, the caller deletes it
     Number transpose() const;  ///< two-dimensional; leaves this cursor on the last element
     Number ctranspose() const; ///< transposed and conjugated
     void disp() const;         ///< writes the real values and the type to std::cout
+    ///@}
 
-    // Output types of binary operations, for X of BinaryOpOutput (the result), NonAssignmentOpPlus (sums and
-    // differences), NonAssignmentOpTimes (products). A sum or product type that the user has not set is a
-    // cache of the full-precision rule for the last right operand's type. With nothing set or cached the
-    // getters answer the record of createBadFxpDtpProp; the flag is the test to make first.
+    /// \name Output types
+    /// In which types `+`, `-` and `*` compute, where this is the left operand.
+    ///@{
 
+    /// The output type of binary operations: BinaryOpOutput is the type of the result, NonAssignmentOpPlus
+    /// that of sums and differences, NonAssignmentOpTimes that of products. A sum or product type that the
+    /// user has not set is a cache of the full-precision rule for the last right operand's type. With nothing
+    /// set or cached the getters answer the record of createBadFxpDtpProp; the flag is the test to make
+    /// first.
     fxpDataTypeProp const& getDataTypeForBinaryOpOutput() const;
     void setDataTypeForBinaryOpOutput(fxpDataTypeProp const& type) const;
     void resetDataTypeForBinaryOpOutput() const;
@@ -222,33 +263,46 @@ public:
     void setDataTypeForNonAssignmentOpTimes(fxpDataTypeProp const& type) const;
     void resetDataTypeForNonAssignmentOpTimes() const;
     bool isDataTypeForNonAssignmentOpTimesUserSpecified() const;
+    ///@}
 
-    // Arithmetic. With types (w1, f1, s1), (w2, f2, s2) of word length, fraction length, signedness the
-    // full-precision sum and difference have sign s1 or s2, fraction length max(f1, f2) and word length
-    // max(w1 - f1, w2 - f2) + max(f1, f2) + 1; the product has f1 + f2 and w1 + w2. Floating and
-    // scaled-double operands have no arithmetic here: a text on std::cout, or nothing.
+    /// \name Arithmetic
+    /// With types (w1, f1, s1), (w2, f2, s2) of word length, fraction length, signedness the full-precision
+    /// sum and difference have sign s1 or s2, fraction length max(f1, f2) and word length
+    /// max(w1 - f1, w2 - f2) + max(f1, f2) + 1; the product has f1 + f2 and w1 + w2. Floating and
+    /// scaled-double operands have no arithmetic here: a text on std::cout, or nothing.
+    ///@{
 
+    /// The elements at both cursors, in the output types set on this number or else in full precision.
     Number operator+(Number const& other) const;
     Number operator-(Number const& other) const;
     Number operator*(Number const& other) const;
     Number& operator+=(Number const& other); ///< in this type and modes; the other is converted into it first
-    Number& operator-=(Number const& other);
-    Number& operator*=(Number const& other);
+    Number& operator-=(Number const& other); ///< likewise
+    Number& operator*=(Number const& other); ///< likewise
+    /// a / b, rounded and wrapped or saturated once, in `type` and the modes of a. There is no operator/,
+    /// since no type holds every quotient.
     static Number divide(Number const& a, Number const& b, fxpDataTypeProp const& type);
+    ///@}
 
-    // Element by element. An operand of one element meets every element of the other, at its cursor; other
-    // shapes must agree, or ArrayDimMustAgree is thrown. The operands' cursors are left on their last
-    // element.
+    /// \name Arithmetic of arrays
+    /// Element by element. An operand of one element meets every element of the other, at its cursor; other
+    /// shapes must agree, or ArrayDimMustAgree is thrown. The operands' cursors are left on their last
+    /// element.
+    ///@{
 
-    static Number arrayPlus(Number const& a,
-                            Number const& b); ///< full precision, whatever types are set on a
+    /// Computes in the types given; the result is then stored in `outputType`, where there is one, in a
+    /// second rounding. Both operands of a sum or difference are first brought into `sumType`.
     static Number arrayPlus(Number const& a, Number const& b, fxpDataTypeProp const& sumType);
+    /// In full precision, whatever types are set on a.
+    static Number arrayPlus(Number const& a, Number const& b);
     static Number arrayPlus(Number const& a, Number const& b, fxpDataTypeProp const& sumType,
                             fxpDataTypeProp const& outputType);
-    static Number arrayMinus(Number const& a, Number const& b); ///< in the plus type of a
+    /// In the plus type of a.
+    static Number arrayMinus(Number const& a, Number const& b);
     static Number arrayMinus(Number const& a, Number const& b, fxpDataTypeProp const& sumType);
     static Number arrayMinus(Number const& a, Number const& b, fxpDataTypeProp const& sumType,
                              fxpDataTypeProp const& outputType);
+    /// In full precision, whatever types are set on a.
     static Number arrayTimes(Number const& a, Number const& b);
     static Number arrayTimes(Number const& a, Number const& b, fxpDataTypeProp const& productType);
     static Number arrayTimes(Number const& a, Number const& b, fxpDataTypeProp const& productType,
@@ -259,23 +313,29 @@ public:
                               fxpDataTypeProp const& type); ///< complex if a is
     /// In place; a receiver of one element takes the other's element 0 alone. Cursors stay as they were.
     Number& arrayPlusEquals(Number const& other);
+    ///@}
 
-    // Comparison by value across types. With an unordered result only != is true. A fixed number reads as
-    // equal to any floating or scaled-double one.
+    /// \name Comparison
+    ///@{
 
+    /// By value, across types. With an unordered result only != is true. A fixed number reads as equal to any
+    /// floating or scaled-double one.
     bool operator==(Number const& other) const;
     bool operator!=(Number const& other) const;
     bool operator<(Number const& other) const;
     bool operator>(Number const& other) const;
     bool operator<=(Number const& other) const;
     bool operator>=(Number const& other) const;
+    ///@}
 
-    // One bool per element into `out`, or into a new array that the caller frees with delete[]; the result is
-    // that array. A scalar operand is read at element 0. Throws ArrayDimMustAgree, also for empty operands.
-    // Cursors stay as they were. arrayIsEqual alone runs in parallel above 500 elements; it then compares
-    // stored integers and exponents alone, not slope factors and biases, and writes nothing for a floating or
-    // scaled-double operand (a new array is false throughout).
+    /// \name Comparison of arrays
+    ///@{
 
+    /// One bool per element into `out`, or into a new array that the caller frees with delete[]; the result
+    /// is that array. A scalar operand is read at element 0. Throws ArrayDimMustAgree, also for empty
+    /// operands. Cursors stay as they were. arrayIsEqual alone runs in parallel above 500 elements; it then
+    /// compares stored integers and exponents alone, not slope factors and biases, and writes nothing for a
+    /// floating or scaled-double operand (a new array is false throughout).
     bool* arrayIsEqual(Number const& other, bool* out = nullptr) const;
     bool* arrayIsNotEqual(Number const& other, bool* out = nullptr) const;
     bool* arrayIsLessThan(Number const& other, bool* out = nullptr) const;
@@ -283,9 +343,12 @@ public:
     bool* arrayIsLessThanOrEqualTo(Number const& other, bool* out = nullptr) const;
     bool* arrayIsGreaterThanOrEqualTo(Number const& other, bool* out = nullptr) const;
 
-    // Bit logic on stored integers; scaling plays no part. The scalar forms return all of a with element 0
-    // changed.
+    ///@}
 
+    /// \name Bit logic
+    ///@{
+
+    /// On stored integers; scaling plays no part. The scalar forms return all of a with element 0 changed.
     static Number bitAnd(Number const& a, Number const& b);
     static Number bitOr(Number const& a, Number const& b);
     static Number bitXor(Number const& a, Number const& b);
@@ -295,10 +358,13 @@ public:
     static Number arrayBitXor(Number const& a, Number const& b);
     static Number arrayBitCmp(Number const& a);
 
-    // Single bits, counted from 1 at the least significant. Results are unsigned 1-bit numbers. An index
-    // below 1 or above the word length throws bitIndexOutOfRange, after earlier indices of a list have taken
-    // effect.
+    ///@}
 
+    /// \name Single bits
+    ///@{
+
+    /// Bits are counted from 1 at the least significant. Results are unsigned 1-bit numbers. An index below 1
+    /// or above the word length throws bitIndexOutOfRange, after earlier indices of a list have taken effect.
     Number bitGet(int bit) const;
     Number getLSB() const;
     Number getMSB() const;
@@ -310,10 +376,13 @@ public:
     void arrayBitSet(std::vector<int> const& bits);
     void arrayBitSet(std::vector<int> const& bits, std::vector<bool> const& values);
 
-    // Shifts and rotations, counts in bits. Array forms leave the cursor on the last element. A rotation by
-    // the scalar form is right for element 0; on another element of an array the array form is the one to
-    // use.
+    ///@}
 
+    /// \name Shifts and rotations
+    ///@{
+
+    /// Counts are in bits. Array forms leave the cursor on the last element. A rotation by the scalar form is
+    /// right for element 0; on another element of an array the array form is the one to use.
     void bitShiftRightArith(unsigned count);
     void bitShiftRightLogical(unsigned count);
     void bitShiftLeftLogical(unsigned count); ///< wraps, silently
@@ -326,12 +395,16 @@ public:
     void bitRotateRight(unsigned count);
     void arrayBitRotateLeft(unsigned count);
     void arrayBitRotateRight(unsigned count);
+    ///@}
 
 protected:
+    ///@{
+    /// What bitAnd, bitOr, bitXor and bitCmp do, in place, on the element at the cursor.
     void bitAndEqual(Number const& other);
     void bitOrEqual(Number const& other);
     void bitXorEqual(Number const& other);
     void bitCmp();
+    ///@}
 
 private:
     explicit Number(std::unique_ptr<NumberBody> body);

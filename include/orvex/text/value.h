@@ -22,8 +22,9 @@ namespace ORVEX::text
 // A complex value is written "1.5 - 0.25i". When read, either part may be left out, and blanks are free.
 
 inline constexpr int mostExponent = 100'000; ///< of 2, and of 10 in a text that is read; either sign
-inline constexpr int exactDigits = std::numeric_limits<int>::max();
+inline constexpr int exactDigits = std::numeric_limits<int>::max(); ///< as many digits as the value has
 
+/// A stored integer: 64-bit chunks, least significant first.
 using Chunks = std::vector<unsigned long long>;
 
 /// The real-world value in decimal, without exponent, with all of its digits: it is not taken through a
@@ -37,15 +38,16 @@ ORVEX_API std::string toDecimal(unsigned long long const* stored, fxpDataTypePro
                                 int fractionDigits = exactDigits,
                                 fxpModeRounding_tag round = fxpModeRoundingNearest);
 
-// The bits of the word, as an unsigned integer, with the binary point of the type in its place: 0x1.8 and
-// 0b0001.1000 of 1.5 in 8 bits with 4 after the point, 0xe.8 of -1.5. A point outside of the word is not
-// drawn, an exponent of 2 says where it is: 0x7fp+3. Slope factor and bias play no part. Throw
-// std::invalid_argument unless the type is fixed.
-
+///@{
+/// The bits of the word, as an unsigned integer, with the binary point of the type in its place: 0x1.8 and
+/// 0b0001.1000 of 1.5 in 8 bits with 4 after the point, 0xe.8 of -1.5. A point outside of the word is not
+/// drawn, an exponent of 2 says where it is: 0x7fp+3. Slope factor and bias play no part. Throws
+/// std::invalid_argument unless the type is fixed.
 ORVEX_API std::string toHex(Number const& number);
 ORVEX_API std::string toHex(unsigned long long const* stored, fxpDataTypeProp const& type);
 ORVEX_API std::string toBinary(Number const& number);
 ORVEX_API std::string toBinary(unsigned long long const* stored, fxpDataTypeProp const& type);
+///@}
 
 /// All elements in exact decimal: "1.5"; "[1.5, 2]" of a row; "[1; 2; 3]" of a column and "[1, 2; 3, 4]" of a
 /// matrix; more dimensions as "2x2x2 [1, 2, 3, 4, 5, 6, 7, 8]", column by column.
@@ -68,14 +70,15 @@ ORVEX_API void fromDecimal(Number& number, std::string_view text);
 ORVEX_API Chunks fromDecimal(OrvexClientInterface& client, std::string_view text, fxpDataTypeProp const& type,
                              fxpModeRounding_tag round, fxpModeOverflow_tag overflow);
 
-// Reads what toHex and toBinary write: the bits of the word, which no mode or event touches. Upper and lower
-// case are the same; zeros may be left out at both ends, and the point together with what follows it. Throws
-// ParseError also where a bit that is set lies outside of the word, and std::invalid_argument unless the type
-// is fixed.
-
+///@{
+/// Reads what toHex and toBinary write: the bits of the word, which no mode or event touches. Upper and lower
+/// case are the same; zeros may be left out at both ends, and the point together with what follows it. Throws
+/// ParseError also where a bit that is set lies outside of the word, and std::invalid_argument unless the
+/// type is fixed.
 ORVEX_API void fromHex(Number& number, std::string_view text);
 ORVEX_API Chunks fromHex(std::string_view text, fxpDataTypeProp const& type);
 ORVEX_API void fromBinary(Number& number, std::string_view text);
 ORVEX_API Chunks fromBinary(std::string_view text, fxpDataTypeProp const& type);
+///@}
 
 } // namespace ORVEX::text

@@ -19,9 +19,11 @@ public:
     cacheKeyType& operator=(cacheKeyType const&) = default;
     ~cacheKeyType() = default;
 
+    /// A copy of what the question was about.
     fxpProdHardware hardwareInfo() const { return hardware_; }
 
 protected:
+    /// The value itself.
     static unsigned int mix(unsigned int value) { return value; }
 
     /// Of a fixed type all of it but the DTO mode counts, of any other the mode alone.

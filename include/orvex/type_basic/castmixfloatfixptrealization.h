@@ -21,21 +21,24 @@ public:
     CastMixFloatFixptRealization(fxpDataTypeProp const& y, fxpDataTypeProp const& u, bool useFloatMulNetSlope,
                                  bool supportStrictSingle);
 
-    fxpDataTypeProp const* pFxpDtpY() const { return &fxpDtpY; }
-    fxpDataTypeProp const* pFxpDtpU() const { return &fxpDtpU; }
+    fxpDataTypeProp const* pFxpDtpY() const { return &fxpDtpY; }       ///< the target
+    fxpDataTypeProp const* pFxpDtpU() const { return &fxpDtpU; }       ///< the source
     fxpDataTypeProp const* pFxpDtpYNet() const { return &fxpDtpYNet; } ///< Y without its scaling
     fxpDataTypeProp const* pFxpDtpCalc() const { return &fxpDtpCalc; } ///< the double or the single type
 
     /// Power-of-two part of the net slope from U to Y, whatever the approach.
     int getNormalNetFixedExponent() const { return fxpDtpUNet.fixedExponent; }
 
-    bool CalcUseDouble() const { return calcUseDouble; } ///< compute in double, not in single
-    bool UseDivApproach() const { return useDivApproach; }
+    bool CalcUseDouble() const { return calcUseDouble; }   ///< compute in double, not in single
+    bool UseDivApproach() const { return useDivApproach; } ///< the second formula above
+    ///@{
+    /// Slope and bias in the formula above, and what is known of the slope.
     double ApproachNetSlope() const { return approachNetSlope; }
     double ApproachNetBias() const { return approachNetBias; }
     bool ApproachNetSlopeIsTrivial() const { return approachNetSlope == 1.0; }
     bool ApproachNetSlopeIsExactPow2() const { return approachNetSlopeFactor == 1.0; }
     int ApproachNetFixedExponent() const { return approachNetFixedExponent; }
+    ///@}
 
 private:
     void initApproach();

@@ -14,12 +14,14 @@
 /// leave the sign extension (signed) or zeros (unsigned) above it, up to bit 127. A type of more than 128
 /// bits is worked on whole, and the 128 lowest bits are kept.
 union ORVEX_API fxpScalarOversized {
-    std::uint32_t words[4] = {};
+    std::uint32_t words[4] = {}; ///< least significant first
 
     std::uint32_t readWord(int index) const { return words[index]; }       ///< index 0 to 3
     void writeWord(int index, std::uint32_t word) { words[index] = word; } ///< index 0 to 3
 
+    /// The largest stored integer of the type.
     void setToMax(fxpDataTypeProp const& type);
+    /// The least stored integer of the type.
     void setToMin(fxpDataTypeProp const& type);
 
     /// Right by a positive number of bits, the sign copied in; left by a negative one, wrapping silently. May

@@ -49,12 +49,11 @@ ORVEX_API void selectSlopeCorrectionDataType(fxpDataTypeProp* out, fxpDataTypePr
 /// 2^-50, and fits the target's largest word with the source's sign. The outputs are left alone otherwise.
 ///
 /// \param netSlope        the divisor as a double, unrounded: the reciprocal of the slope of the
-/// multiplication \param correctionType  the divisor's type: the source's, unscaled, with the word length of
-/// the target's
+///                        multiplication
+/// \param correctionType  the divisor's type: the source's, unscaled, with the word length of the target's
 ///                        nominal integer or, where that is too short, of its largest
 /// \param correctionValue the divisor as a stored integer of that type: ceil(L / 64) chunks, least
-/// significant
-///                        first, for a largest word of L bits
+///                        significant first, for a largest word of L bits
 /// Asks the client for method and hardware; calls none of its events.
 ORVEX_API bool getDTCSlopeCorrectionMode(OrvexClientInterface& client, fxpDataTypeProp const& target,
                                          fxpDataTypeProp const& source, double* netSlope,
