@@ -1,5 +1,5 @@
-# Runs PROGRAM, which must succeed and print exactly what the file EXPECTED holds.
-execute_process(COMMAND ${PROGRAM} OUTPUT_VARIABLE printed RESULT_VARIABLE status)
+# Runs PROGRAM for PAGE; it must succeed and print exactly what the file EXPECTED holds.
+execute_process(COMMAND ${PROGRAM} ${PAGE} OUTPUT_VARIABLE printed RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
   message(FATAL_ERROR "${PROGRAM} ended with ${status}")
 endif()
