@@ -84,15 +84,15 @@ public:
     /// Count, dimensions and sizes. A complex element counts once.
     unsigned long long getNumberOfElements() const;
     unsigned long long getNDims() const;
-    unsigned long long const* getDims() const; ///< at least two sizes; valid until the shape changes
-    unsigned long long getNumberOfRows() const;
-    unsigned long long getNumberOfColumns() const;
-    bool isScalar() const; ///< exactly one element
+    unsigned long long const* getDims() const;     ///< at least two sizes; valid until the shape changes
+    unsigned long long getNumberOfRows() const;    ///< the first size
+    unsigned long long getNumberOfColumns() const; ///< the second size
+    bool isScalar() const;                         ///< exactly one element
     /// No elements at all.
     bool isEmpty() const;
     bool isVector() const; ///< two dimensions, one of them of size 1
-    bool isRow() const;
-    bool isColumn() const;
+    bool isRow() const;    ///< two dimensions, the first of size 1
+    bool isColumn() const; ///< two dimensions, the second of size 1
     /// Have the elements imaginary parts?
     bool isComplex() const;
     /// Have they none?
@@ -110,7 +110,7 @@ public:
 
     /// The element that scalar operations act on, counted from 0, column by column.
     void setIndex(unsigned long long index) const;
-    unsigned long long getIndex() const;
+    unsigned long long getIndex() const;                      ///< the element's number
     Number const& operator[](unsigned long long index) const; ///< sets the cursor
     Number& operator[](unsigned long long index);             ///< sets the cursor
     ///@}
