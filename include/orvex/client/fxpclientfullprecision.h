@@ -5,8 +5,8 @@
 #include <orvex/client/orvexclientinterface.h>
 #include <orvex/hardware/fxpprodhardware.h>
 
-/// Ignores every event and has the hardware of an ASIC that divides toward zero, so that, unlike
-/// FxpClientNull, it may go into type selection. Diagnostics are thrown; it never holds one.
+/// Ignores every event and has the hardware of an ASIC that divides toward zero, where FxpClientNull has
+/// none. Diagnostics are thrown; it never holds one.
 class ORVEX_API FxpClientFullPrecision : public OrvexClientInterface
 {
 public:
