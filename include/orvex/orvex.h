@@ -2,6 +2,22 @@
 /// All of liborvex.
 #pragma once
 
+/// \namespace ORVEX
+/// Numbers, clients for events, and decisions about types. A few older names stand at global scope; nearly
+/// all of those can be written with ORVEX:: too.
+
+/// \namespace Orvex
+/// The messages of the library, by subject.
+
+/// \namespace Orvex::number
+/// Messages about numbers: what a kvxDiagnosticException carries.
+
+/// \namespace Orvex::typeBasic
+/// Messages about types.
+
+/// \namespace resource_core
+/// What all messages are derived from.
+
 #include <orvex/client/eventcounter.h>
 #include <orvex/client/eventlog.h>
 #include <orvex/client/events.h>
