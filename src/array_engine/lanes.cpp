@@ -2,6 +2,8 @@
 
 #include "multiword/rounding.h"
 
+#include <cmath>
+#include <limits>
 #include <type_traits>
 
 // One text, compiled for what a processor may have. Resolvers run before a
@@ -177,7 +179,13 @@ ORVEX_CLONES bool roundRealsBy(double const* reals, std::size_t n, RealToLane co
 static ORVEX_CLONES void unscaleReals(double const* reals, std::size_t n, double bias, double factor,
                                       double* out)
 {
-    for (std::size_t i = 0; i < n; ++i) out[i] = (reals[i] - bias) / factor;
+    constexpr double largest = std::numeric_limits<double>::max();
+    for (std::size_t i = 0; i < n; ++i) {
+        double const x = reals[i];
+        double const unscaled = (x - bias) / factor;
+        out[i] =
+            std::fabs(x) <= largest ? unscaled : x; // an infinity keeps its sign whatever the factor's is
+    }
 }
 
 template <class Lane>
