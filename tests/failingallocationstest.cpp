@@ -320,6 +320,18 @@ TEST_F(FailingAllocations, OfEverythingElse)
                 std::unique_ptr<OrvexClientInterface>(of->clone());
         },
         [&] {
+            ORVEX::EventCounter counter;
+            Number const many(values, T, counter, 4, nearest, saturate, false);
+            ORVEX::EventLog log =
+                ORVEX::replayStore(counter, values, 4, fixedType(true, 4, 2), nearest, saturate);
+            log = ORVEX::replayCast(many, fixedType(true, 4, 2), nearest, saturate);
+            log = ORVEX::replay(many, many, [](Number const& x, Number const& y) { return x * y; });
+            (void)(log.text() + counter.summary() + counter.table());
+            for (OrvexClientInterface* const of :
+                 std::initializer_list<OrvexClientInterface*>{&counter, &log})
+                std::unique_ptr<OrvexClientInterface>(of->clone());
+        },
+        [&] {
             fxpProdHardware copy(micro), other = fxpProdHardware::getASICTypeHardware();
             other = copy;
             std::unique_ptr<fxpProdHardware>(other.clone());

@@ -25,9 +25,9 @@ constexpr bool isWord(Container c) { return c <= Container::u64; }
 constexpr bool isSignedWord(Container c) { return isWord(c) && static_cast<int>(c) % 2 == 0; }
 constexpr int bitsOfWord(Container c) { return 8 << (static_cast<int>(c) / 2); }
 
-/// Calls f with a value of the word's type.
+/// Calls f with a value of the word's type. Inlined, since scalar operations read each operand through it.
 template <class F>
-decltype(auto) withWordOf(Container c, F&& f)
+[[gnu::always_inline]] inline decltype(auto) withWordOf(Container c, F&& f)
 {
     switch (c) {
     case Container::s8: return f(std::int8_t{});

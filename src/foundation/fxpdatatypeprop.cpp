@@ -8,21 +8,9 @@ static_assert(offsetof(fxpDataTypeProp, mode) == 0 && offsetof(fxpDataTypeProp, 
               offsetof(fxpDataTypeProp, slopeAdjustmentFactor) == 16 &&
               offsetof(fxpDataTypeProp, bias) == 24 && offsetof(fxpDataTypeProp, dtoMode) == 32);
 
-fxpDataTypeProp::fxpDataTypeProp(fxpModeDataType mode_, bool isSigned, int wordLength_, double factor,
-                                 int exponent, double bias_, fxpDataTypeDTOMode dtoMode_)
-    : mode(mode_), signedness(isSigned ? 1 : 0), wordLength(wordLength_), fixedExponent(exponent),
-      slopeAdjustmentFactor(factor), bias(bias_), dtoMode(dtoMode_)
-{
-}
-
 fxpDataTypeProp::fxpDataTypeProp(bool isSigned, int wordLength_, int fractionLength)
     : fxpDataTypeProp(isSigned, wordLength_, 1.0,
                       static_cast<int>(0u - static_cast<unsigned>(fractionLength)), 0.0)
-{
-}
-
-fxpDataTypeProp::fxpDataTypeProp(bool isSigned, int wordLength_, double factor, int exponent, double bias_)
-    : fxpDataTypeProp(fxpModeDataTypeFixed, isSigned, wordLength_, factor, exponent, bias_, 0)
 {
 }
 

@@ -128,7 +128,8 @@ void multiplyInto(OrvexClientInterface& client, Target target, fxpDataTypeProp c
                   CountB bCount, fxpModeRounding_tag round, int sat)
 {
     fxpDataTypeProp const type = productType(aType, bType);
-    if (type == to && target.data() != a && target.data() != b) {
+    if (type == to && areApart(target.data(), target.count(), a, aCount) &&
+        areApart(target.data(), target.count(), b, bCount)) {
         multiplyChunksFull(target.data(), target.count(), a, aType, aCount, b, bType, bCount);
         return target.commit();
     }

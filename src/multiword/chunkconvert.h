@@ -28,7 +28,8 @@ struct Scratch<int> : WideScratch {
 /// True of most values that `to` holds: then the chunks, moved up to its exponent, are the result. Only of
 /// chunks that comparison would take as they stand; the exponent of `to` is not above that of the value.
 template <class Count>
-bool fitsAsItStands(Chunk const* value, fxpDataTypeProp const& type, fxpDataTypeProp const& to, Count count)
+[[gnu::always_inline]] inline bool fitsAsItStands(Chunk const* value, fxpDataTypeProp const& type,
+                                                  fxpDataTypeProp const& to, Count count)
 {
     long long const up = static_cast<long long>(type.fixedExponent) - to.fixedExponent;
     long long const room = to.getWordLengthNonSign() - up;

@@ -44,21 +44,14 @@ private:
     Chunk inverse_;
 };
 
-/// remainder -= factor * divisor over n chunks, the chunk above taking the borrow; returns whether that went
-/// below 0.
-bool subtractMultiple(Chunk* remainder, Chunk const* divisor, Chunk factor, int n)
+/// remainder -= digit * divisor, whose complement to 2^(64 n) is given: that times the digit is added, and
+/// the digit taken off the chunk above. Returns whether the remainder went below 0; the digit is then one too
+/// large.
+bool subtractMultiple(Chunk* remainder, Chunk const* complement, Chunk digit, int n)
 {
-    Chunk carry = 0;
-#pragma GCC unroll 4
-    for (int i = 0; i < n; ++i) {
-        DoubleChunk const product = static_cast<DoubleChunk>(divisor[i]) * factor + carry;
-        Chunk const low = static_cast<Chunk>(product);
-        carry = static_cast<Chunk>(product >> chunkBits) + (remainder[i] < low);
-        remainder[i] -= low;
-    }
-    bool const below = remainder[n] < carry;
-    remainder[n] -= carry;
-    return below;
+    Chunk const top = remainder[n] + addProductOfRow(remainder, complement, digit, n);
+    remainder[n] = top - digit;
+    return top != digit;
 }
 
 void addDivisor(Chunk* remainder, Chunk const* divisor, int n)
@@ -80,12 +73,14 @@ public:
         : dividend_(dividend), dividendCount_(dividendCount),
           quotientBits_(bitLength(dividend, dividendCount) - bitLength(divisor, divisorCount) + scale + 1),
           divisor_(divisor), n_(static_cast<int>((bitLength(divisor, divisorCount) - 1) / chunkBits) + 1),
-          window_(n_ + 1 + slack), remainder_(window_.data() + slack)
+          complement_(n_), window_(n_ + 1 + slack), remainder_(window_.data() + slack)
     {
         // With the divisor's top bit set an estimated digit is at most two too large.
         int const up = std::countl_zero(divisor[n_ - 1]);
         for (int i = n_ - 1; i >= 0; --i)
             divisor[i] = windowAtPosition(divisor, static_cast<long long>(i) * chunkBits - up, n_);
+        std::copy_n(divisor, n_, complement_.data());
+        negateChunks(complement_.data(), n_);
         scale_ = scale + up;
     }
 
@@ -165,7 +160,7 @@ private:
             DoubleChunk const second = static_cast<DoubleChunk>(digit) * divisor_[n_ - 2];
             digit -= second > ((static_cast<DoubleChunk>(high) << chunkBits) | remainder_[n_ - 2]);
         }
-        if (subtractMultiple(remainder_, divisor_, digit, n_)) { // by now at most one too large
+        if (subtractMultiple(remainder_, complement_.data(), digit, n_)) { // by now at most one too large
             --digit;
             addDivisor(remainder_, divisor_, n_);
         }
@@ -176,7 +171,8 @@ private:
     int dividendCount_;
     long long quotientBits_;
     Chunk* divisor_;
-    int n_; ///< the divisor's chunks without zero ones above
+    int n_;                  ///< the divisor's chunks without zero ones above
+    WideScratch complement_; ///< of the divisor
     static constexpr int slack = 16;
     WideScratch window_;
     Chunk* remainder_; ///< n + 1 chunks in the window

@@ -14,6 +14,7 @@
 #include <orvex/client/orvexclientinterface.h>
 #include <orvex/foundation/fxpdatatypeprop.h>
 
+#include <functional>
 #include <type_traits>
 
 namespace ORVEX::multiword
@@ -137,6 +138,13 @@ template <class Count>
 void setChunksToMinPositive(Chunk* chunks, Count count)
 {
     for (int i = 0; i < count; ++i) chunks[i] = i == 0;
+}
+
+/// No chunk of one array is one of the other.
+inline bool areApart(Chunk const* a, int aCount, Chunk const* b, int bCount)
+{
+    std::less_equal<> const atMost;
+    return atMost(a + aCount, b) || atMost(b + bCount, a);
 }
 
 template <class Count>

@@ -5,6 +5,7 @@
 #include "number/outputtypes.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace ORVEX
 {
@@ -146,10 +147,10 @@ Number Number::computedIn(fxpDataTypeProp const& type, bool isComplex, Compute c
 {
     // Copies: a hook may compute with this handle and so replace its records.
     fxpDataTypeProp const computed = type;
-    fxpDataTypeProp const output =
-        isDataTypeForBinaryOpOutputUserSpecified() ? getDataTypeForBinaryOpOutput() : computed;
-    Number result = zeroScalar(output, isComplex);
-    if (output == computed) {
+    std::optional<fxpDataTypeProp> output;
+    if (isDataTypeForBinaryOpOutputUserSpecified()) output = getDataTypeForBinaryOpOutput();
+    Number result = zeroScalar(output ? *output : computed, isComplex);
+    if (!output || *output == computed) {
         compute(result);
     } else {
         Number intermediate = zeroScalar(computed, isComplex);

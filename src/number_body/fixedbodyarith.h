@@ -128,6 +128,19 @@ void FixedBody<Storage, Parts>::storeComputed(NumberBody const& a, NumberBody co
 template <class Storage, int Parts>
 void FixedBody<Storage, Parts>::isProductOf(NumberBody const* a, NumberBody const* b)
 {
+    if constexpr (!Storage::isWord && !complex) {
+        // A product that has this type already raises no event, so that it needs no scratch.
+        if (holdsStoredIntegers(*a) && holdsStoredIntegers(*b) &&
+            multiword::productType(a->dataType(), b->dataType()) == dataType()) {
+            Operand const x = operandAtCursor(*a, Part::real);
+            Operand const y = operandAtCursor(*b, Part::real);
+            Word* const to = here(Part::real);
+            if (multiword::areApart(to, count(), x.chunks(), x.count) &&
+                multiword::areApart(to, count(), y.chunks(), y.count))
+                return multiword::multiplyChunksFull(to, count(), x.chunks(), *x.type, x.count, y.chunks(),
+                                                     *y.type, y.count);
+        }
+    }
     storeComputed(*a, *b, a->isComplex() && !b->isComplex(),
                   [this](PartScratch& out, Operand const& x, Operand const& y) { multiply(out, x, y); });
 }

@@ -95,6 +95,10 @@ void NumberBody::clear()
 
 void NumberBody::setNDims(unsigned long long n)
 {
+    if (n == 2 && nDims_ == 2) {
+        smallDims_[0] = smallDims_[1] = 1;
+        return;
+    }
     std::unique_ptr<unsigned long long[]> fresh;
     if (n > 2) {
         fresh.reset(new unsigned long long[n]);

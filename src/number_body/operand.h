@@ -44,7 +44,7 @@ decltype(auto) withChunks(Operand const& operand, F&& f)
 
 /// A part of an element by index, of a fixed-point body. A part that the body does not have is 0. The cursor
 /// is not read, so that threads may share the body.
-inline Operand operandAt(NumberBody const& body, unsigned long long element, Part part)
+[[gnu::always_inline]] inline Operand operandAt(NumberBody const& body, unsigned long long element, Part part)
 {
     fxpDataTypeProp const& type = body.dataType();
     auto const* const at =

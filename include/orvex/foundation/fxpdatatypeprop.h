@@ -31,14 +31,22 @@ public:
     fxpDataTypeProp() = default;
 
     /// Stores exactly the given values. `exponent` is a fixed exponent, not a fraction length.
-    fxpDataTypeProp(fxpModeDataType mode, bool isSigned, int wordLength, double slopeAdjustmentFactor,
-                    int exponent, double bias, fxpDataTypeDTOMode dtoMode);
+    fxpDataTypeProp(fxpModeDataType mode_, bool isSigned, int wordLength_, double slopeAdjustmentFactor_,
+                    int exponent, double bias_, fxpDataTypeDTOMode dtoMode_)
+        : mode(mode_), signedness(isSigned ? 1 : 0), wordLength(wordLength_), fixedExponent(exponent),
+          slopeAdjustmentFactor(slopeAdjustmentFactor_), bias(bias_), dtoMode(dtoMode_)
+    {
+    }
 
     /// A binary-point fixed type. The third argument is a *fraction length*: fixedExponent is its negation.
     fxpDataTypeProp(bool isSigned, int wordLength, int fractionLength);
 
     /// A fixed type with the scaling stored as given. `exponent` is a fixed exponent.
-    fxpDataTypeProp(bool isSigned, int wordLength, double slopeAdjustmentFactor, int exponent, double bias);
+    fxpDataTypeProp(bool isSigned, int wordLength_, double slopeAdjustmentFactor_, int exponent, double bias_)
+        : fxpDataTypeProp(fxpModeDataTypeFixed, isSigned, wordLength_, slopeAdjustmentFactor_, exponent,
+                          bias_, 0)
+    {
+    }
 
     /// A fixed type of the given total slope, which is split into a factor in [1, 2) and an exponent.
     /// Zero, infinite and NaN slopes are kept as the factor, with exponent 0; a negative one keeps its sign.
