@@ -45,7 +45,6 @@ void addInto(OrvexClientInterface& client, Target target, fxpDataTypeProp const&
     auto const count = target.count();
     int const last = count - 1;
     bool const negA = chunksAreNegative(a, type, count);
-    bool const negB = chunksAreNegative(b, type, count);
     Chunk const topA = a[last];
     Chunk const topB = b[last];
     Chunk* const dst = target.data();
@@ -55,11 +54,11 @@ void addInto(OrvexClientInterface& client, Target target, fxpDataTypeProp const&
     Chunk const top = Target::cut(fixedTopChunk(plus ? topA + topB + carry : topA - topB - carry, type));
     dst[last] = top;
 
-    bool overflow = false;
-    if (type.isSigned())
-        overflow = (negA == negB) == plus && chunksAreNegative(dst, type, count) != negA;
-    else // the carry out of the masked result, so that a word below its container overflows where it should
-        overflow = (plus ? top < topA : top > topA) || (carry != 0 && top == topA);
+    // Without branches on signs. A signed sum overflows where its sign is neither operand's; an unsigned one
+    // where the masked result carries, so that a word below its container overflows where it should.
+    Chunk const signs = (topA ^ top) & (plus ? topB ^ top : topA ^ topB);
+    bool const carries = static_cast<bool>((plus ? top < topA : top > topA) | ((carry != 0) & (top == topA)));
+    bool const overflow = type.isSigned() ? static_cast<SignedChunk>(signs) < 0 : carries;
     if (!overflow) return target.commit();
 
     Event const end = type.isSigned() ? (negA ? Event::saturationToMin : Event::saturationToMax)
@@ -88,11 +87,12 @@ inline Chunk addProductOfRow(Chunk* dst, Chunk const* a, Chunk factor, int n)
 /// The product of two chunk arrays that are read as unsigned, modulo 2^(64 n). dst is neither a nor b.
 void multiplyUnsigned(Chunk* dst, int n, Chunk const* a, int aCount, Chunk const* b, int bCount);
 
-/// dst -= b * 2^(64 at) over n chunks.
-inline void subtractChunksAt(Chunk* dst, int n, int at, Chunk const* b, int bCount)
+/// dst -= (b & mask) * 2^(64 at) over n chunks. The mask, all ones or 0, stands for a branch on a sign.
+inline void subtractChunksAt(Chunk* dst, int n, int at, Chunk const* b, int bCount, Chunk mask)
 {
     Chunk borrow = 0;
-    for (int i = 0; i < bCount && at + i < n; ++i) dst[at + i] = subtractStep(dst[at + i], b[i], borrow);
+    for (int i = 0; i < bCount && at + i < n; ++i)
+        dst[at + i] = subtractStep(dst[at + i], b[i] & mask, borrow);
 }
 
 /// The exact product, modulo 2^(64 n): n is the chunk count of the summed word lengths. dst is neither a nor
@@ -108,8 +108,8 @@ void multiplyChunksFull(Chunk* dst, int n, Chunk const* a, fxpDataTypeProp const
     } else {
         multiplyUnsigned(dst, n, a, aCount, b, bCount);
     }
-    if (chunksAreNegative(a, aType, aCount)) subtractChunksAt(dst, n, aCount, b, bCount);
-    if (chunksAreNegative(b, bType, bCount)) subtractChunksAt(dst, n, bCount, a, aCount);
+    subtractChunksAt(dst, n, aCount, b, bCount, signFillChunk(a, aType, aCount));
+    subtractChunksAt(dst, n, bCount, a, aCount, signFillChunk(b, bType, bCount));
 }
 
 /// The type of an exact product: signed if either is, word lengths and exponents summed, no slope, no bias.

@@ -43,7 +43,7 @@ struct ComparedExtreme {
     Chunk chunk(int i) const { return isMax ? maxValueChunk(i, type) : minValueChunk(i, type); }
 };
 
-inline int compareUnsigned(Chunk a, Chunk b) { return a == b ? 0 : (a < b ? -1 : 1); }
+inline int compareUnsigned(Chunk a, Chunk b) { return (a > b) - (a < b); }
 
 /// The 64 bits from an absolute weight up: 0 below the word, the sign at and above it.
 template <class Side>
@@ -106,6 +106,15 @@ template <class CountA, class CountB>
 int compareChunks(Chunk const* a, fxpDataTypeProp const& aType, Chunk const* b, fxpDataTypeProp const& bType,
                   CountA aCount, CountB bCount)
 {
+    if (aType.fixedExponent == bType.fixedExponent && aType.wordLength == bType.wordLength &&
+        aType.signedness == bType.signedness && aType.wordLength <= 2 * chunkBits && aCount == bCount) {
+        // The usual case, and signs differ as often as not: the chunks as they stand, the top one by its
+        // sign.
+        Chunk const flip = aType.isSigned() ? bitMask(chunkBits - 1) : 0;
+        int const last = aCount - 1;
+        int const order = compareUnsigned(a[last] ^ flip, b[last] ^ flip);
+        return order != 0 || last == 0 ? order : compareUnsigned(a[0], b[0]);
+    }
     ComparedChunks const x(a, aType, aCount);
     ComparedChunks const y(b, bType, bCount);
     if (x.fill != y.fill) return x.fill ? -1 : 1;

@@ -17,7 +17,7 @@ struct Tail {
 
 /// Whether the floor is to be raised by one unit in the last place. A mode outside the list rounds as Floor.
 /// The facts are as good as random, so nothing branches on them.
-constexpr bool bumps(fxpModeRounding_tag mode, Tail tail)
+[[gnu::always_inline]] constexpr bool bumps(fxpModeRounding_tag mode, Tail tail)
 {
     switch (mode) {
     case fxpModeRoundingZero: return tail.negative & (tail.half | tail.below);
