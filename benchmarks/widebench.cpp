@@ -112,7 +112,7 @@ struct Numbers : Operands {
     using Body = std::unique_ptr<NumberBody>;
     Number x = number(a), y = number(b), summand = number(small);
     Body bodyA = body(a), bodyB = body(b), bodyWide = body(wide);
-    Body product = scalar(wide.type), quotient = scalar(shorterType);
+    Body product = scalar(productType(a.type, b.type)), quotient = scalar(shorterType);
     Number same{0.0, a.type, client, nearest, saturate}, shorter{0.0, shorterType, client, nearest, saturate};
 
     using Operands::Operands;
