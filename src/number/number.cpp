@@ -156,6 +156,9 @@ void Number::setNDims(unsigned long long n)
 
 void Number::setDims(unsigned long long const* dims) { body().setDims(dims); }
 
+void Number::setIndex(unsigned long long index) const { body().setIndex(index); }
+unsigned long long Number::getIndex() const { return body().index(); }
+
 fxpDataTypeProp const& Number::getDataType() const { return body().dataType(); }
 bool Number::isSigned() const { return getDataType().isSigned(); }
 void Number::setIsSigned(bool isSigned) { body().dataType().setIsSigned(isSigned); }

@@ -109,16 +109,16 @@ public:
     ///@{
 
     /// The element that scalar operations act on, counted from 0, column by column.
-    void setIndex(unsigned long long index) const { body().setIndex(index); }
-    unsigned long long getIndex() const { return body().index(); } ///< the element's number
-    Number const& operator[](unsigned long long index) const       ///< sets the cursor
+    void setIndex(unsigned long long index) const;
+    unsigned long long getIndex() const;                     ///< the element's number
+    Number const& operator[](unsigned long long index) const ///< sets the cursor
     {
-        setIndex(index);
+        body().setIndex(index);
         return *this;
     }
     Number& operator[](unsigned long long index) ///< sets the cursor
     {
-        setIndex(index);
+        body().setIndex(index);
         return *this;
     }
     ///@}
