@@ -142,7 +142,7 @@ void multiplyInto(OrvexClientInterface& client, Target target, fxpDataTypeProp c
 
 /// dst := a - b across types, in the type `to`: b is converted into it first, then a, each with the events of
 /// its conversion, and the difference tells its own. dst holds the chunks of `to` and may be a; b is read
-/// before it is written. Allocates only above 128 bits.
+/// before it is written. Allocates only beyond WideScratch.
 inline void subtractToType(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp const& to,
                            Chunk const* a, fxpDataTypeProp const& aType, Chunk const* b,
                            fxpDataTypeProp const& bType, fxpModeRounding_tag round, int sat)

@@ -53,11 +53,11 @@ private:
     }
 };
 
-/// n x size, or the largest size where that overflows.
+/// n x size, or the largest size where that overflows; the size is not 0.
 inline std::size_t saturatingProduct(unsigned long long n, std::size_t size)
 {
     std::size_t const most = std::numeric_limits<std::size_t>::max();
-    return size != 0 && n > most / size ? most : static_cast<std::size_t>(n) * size;
+    return n > most / size ? most : static_cast<std::size_t>(n) * size;
 }
 
 } // namespace ORVEX::number_body
