@@ -19,7 +19,7 @@ for file in out/snr.dat out/snr.gp out/quantized-4bit-wrap.wav out/quantized-14b
     check "$file" test -s $file
 done
 if command -v gnuplot > /dev/null; then
-    check 'no word on standard error' test ! -s errors
+    check 'no word on standard error' saysNothing errors
     check 'snr.svg ends as it should' grep -q '</svg>' out/snr.svg
     check 'snr.png' test -s out/snr.png
 fi

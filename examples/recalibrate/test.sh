@@ -8,7 +8,7 @@ rows() { sed -n 's/^8.* micro/micro/; s/divided by /\//; /^ASIC  \|^micro  /p' "
 # 1. The sample: every cast within what rounding and the two net values may cost, and the reasons.
 "$program" sample.csv > report 2> errors
 check 'sample, exit status' test $? -eq 0
-check 'sample, no word on standard error' test ! -s errors
+check 'sample, no word on standard error' saysNothing errors
 check 'sample is labelled' grep -q '^#.*[Mm]ade up' sample.csv
 rows report > table
 check 'six targets, two kinds of hardware, two modes' test "$(wc -l < table)" -eq 24

@@ -9,6 +9,8 @@ check() { # what is checked, then a command that has to succeed
     shift
     "$@" || { echo "FAILED: $what"; failed=1; }
 }
+# Nothing in a file but how far the work is, which a slow machine is told.
+saysNothing() { ! grep -qvE '^[0-9]+%$' "$1"; }
 
 # A WAV file of 16 bits, two channels, 8 kHz: a header for the given number of samples, then a sum of two sines.
 word() { printf "\\$(printf %o $(($1 % 256)))\\$(printf %o $(($1 / 256 % 256)))"; }
