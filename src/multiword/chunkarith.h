@@ -9,8 +9,6 @@
 namespace ORVEX::multiword
 {
 
-__extension__ typedef unsigned __int128 DoubleChunk;
-
 /// a + b + carry; the carry out replaces the carry in.
 inline Chunk addStep(Chunk a, Chunk b, Chunk& carry)
 {
@@ -70,37 +68,33 @@ void addInto(OrvexClientInterface& client, Target target, fxpDataTypeProp const&
     tell(client, sat ? end : Event::wrap);
 }
 
-/// dst[0..n) += a[0..n) * factor; returns the chunk that is carried out.
-inline Chunk addProductOfRow(Chunk* dst, Chunk const* a, Chunk factor, int n)
+/// dst[0..n) += a[0..n) * factor, or without `adds` := ; returns the chunk that is carried out.
+template <bool adds = true>
+Chunk addProductOfRow(Chunk* dst, Chunk const* a, Chunk factor, int n)
 {
     Chunk carry = 0;
 #pragma GCC unroll 4
     for (int i = 0; i < n; ++i) {
         DoubleChunk const product =
-            static_cast<DoubleChunk>(a[i]) * factor + dst[i] + carry; // never overflows
+            static_cast<DoubleChunk>(a[i]) * factor + (adds ? dst[i] : 0) + carry; // never overflows
         dst[i] = static_cast<Chunk>(product);
         carry = static_cast<Chunk>(product >> chunkBits);
     }
     return carry;
 }
 
-/// The product of two chunk arrays that are read as unsigned, modulo 2^(64 n). dst is neither a nor b.
+/// The product of two chunk arrays that are read as unsigned, a the longer one, in all its chunks or all but
+/// the top one. dst is neither a nor b.
 void multiplyUnsigned(Chunk* dst, int n, Chunk const* a, int aCount, Chunk const* b, int bCount);
 
-/// dst -= (b & mask) * 2^(64 at) over n chunks. The mask, all ones or 0, stands for a branch on a sign.
-inline void subtractChunksAt(Chunk* dst, int n, int at, Chunk const* b, int bCount, Chunk mask)
-{
-    Chunk borrow = 0;
-    for (int i = 0; i < bCount && at + i < n; ++i)
-        dst[at + i] = subtractStep(dst[at + i], b[i] & mask, borrow);
-}
-
 /// The exact product, modulo 2^(64 n): n is the chunk count of the summed word lengths. dst is neither a nor
-/// b. A negative value read as unsigned is 2^(64 count) too large, which is taken off the product.
+/// b. A negative value read as unsigned is 2^(64 count) too large, so that the other operand is taken off the
+/// product's chunks from that count on. Masks, all ones or 0, stand for branches on the signs.
 template <class CountA, class CountB>
 void multiplyChunksFull(Chunk* dst, int n, Chunk const* a, fxpDataTypeProp const& aType, CountA aCount,
                         Chunk const* b, fxpDataTypeProp const& bType, CountB bCount)
 {
+    if (aCount < bCount) return multiplyChunksFull(dst, n, b, bType, bCount, a, aType, aCount);
     if (aCount == 1 && bCount == 1) {
         auto const product = static_cast<DoubleChunk>(a[0]) * b[0];
         dst[0] = static_cast<Chunk>(product);
@@ -108,8 +102,16 @@ void multiplyChunksFull(Chunk* dst, int n, Chunk const* a, fxpDataTypeProp const
     } else {
         multiplyUnsigned(dst, n, a, aCount, b, bCount);
     }
-    subtractChunksAt(dst, n, aCount, b, bCount, signFillChunk(a, aType, aCount));
-    subtractChunksAt(dst, n, bCount, a, aCount, signFillChunk(b, bType, bCount));
+    Chunk const maskOfA = signFillChunk(b, bType, bCount);
+    Chunk const maskOfB = signFillChunk(a, aType, aCount);
+    SignedDoubleChunk rest = 0; // what is carried: 0, -1 or -2
+    for (int i = bCount; i < n; ++i) {
+        rest += dst[i];
+        rest -= a[i - bCount] & maskOfA;
+        if (i >= aCount) rest -= b[i - aCount] & maskOfB;
+        dst[i] = static_cast<Chunk>(rest);
+        rest >>= chunkBits;
+    }
 }
 
 /// The type of an exact product: signed if either is, word lengths and exponents summed, no slope, no bias.
@@ -120,6 +122,16 @@ inline fxpDataTypeProp productType(fxpDataTypeProp const& a, fxpDataTypeProp con
             0.0};
 }
 
+/// Whether it is, field by field: a record made for the comparison costs more than the comparison.
+inline bool isProductType(fxpDataTypeProp const& type, fxpDataTypeProp const& a, fxpDataTypeProp const& b)
+{
+    return type.wordLength == a.wordLength + b.wordLength &&
+           static_cast<unsigned>(type.fixedExponent) ==
+               static_cast<unsigned>(a.fixedExponent) + static_cast<unsigned>(b.fixedExponent) &&
+           type.isSigned() == (a.isSigned() || b.isSigned()) && type.mode == fxpModeDataTypeFixed &&
+           type.slopeAdjustmentFactor == 1.0 && type.bias == 0.0;
+}
+
 /// target := a * b: the full product first, then one conversion, whose events it may call. A product that
 /// already has the target's type is written as it is. The operands may lie where the target lies.
 template <class Target, class CountA, class CountB>
@@ -127,12 +139,12 @@ void multiplyInto(OrvexClientInterface& client, Target target, fxpDataTypeProp c
                   fxpDataTypeProp const& aType, CountA aCount, Chunk const* b, fxpDataTypeProp const& bType,
                   CountB bCount, fxpModeRounding_tag round, int sat)
 {
-    fxpDataTypeProp const type = productType(aType, bType);
-    if (type == to && areApart(target.data(), target.count(), a, aCount) &&
+    if (isProductType(to, aType, bType) && areApart(target.data(), target.count(), a, aCount) &&
         areApart(target.data(), target.count(), b, bCount)) {
         multiplyChunksFull(target.data(), target.count(), a, aType, aCount, b, bType, bCount);
         return target.commit();
     }
+    fxpDataTypeProp const type = productType(aType, bType);
     withCount(numChunksOfType(type), [&](auto n) {
         Scratch product(n);
         multiplyChunksFull(product.data(), n, a, aType, aCount, b, bType, bCount);

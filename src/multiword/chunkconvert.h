@@ -40,7 +40,7 @@ template <class Count>
 }
 
 /// Brings the stored integer `src` of type `from` into `target` of type `to`, whose slope factor and bias are
-/// taken to be the same. The source is copied first and may lie where the target lies.
+/// taken to be the same. The source may lie where the target lies.
 ///
 /// May call handleUnderflow before the store; then, after the store, one of handleOverflowWrap (wrapping),
 /// handleSaturationToMin or handleSaturationToMax (saturating). A value exactly at a limit is silent.
@@ -50,45 +50,49 @@ void convertInto(OrvexClientInterface& client, Target target, fxpDataTypeProp co
                  fxpDataTypeProp const& from, fxpModeRounding_tag round, int sat, SourceCount srcCount)
 {
     auto const count = target.count();
+    Chunk* const dst = target.data();
+    int const common = std::min<int>(srcCount, count);
+    long long const shift = static_cast<long long>(to.fixedExponent) - from.fixedExponent;
+    auto const moveUp = [&](Chunk const* value, Chunk fill) {
+        std::copy_n(value, common, dst);
+        std::fill(dst + common, dst + static_cast<int>(count), fill);
+        if (shift < 0) shiftLeftChunks(dst, to, static_cast<unsigned long long>(-shift), count);
+    };
+    if (shift <= 0 && fitsAsItStands(src, from, to, srcCount)) {
+        moveUp(src, signFillChunk(src, from, srcCount));
+        return target.commit();
+    }
+
     Scratch<SourceCount> scratch(srcCount);
     Chunk* const value = scratch.data();
     std::copy_n(src, static_cast<int>(srcCount), value);
-
     fxpDataTypeProp type = from;
-    long long const shift = static_cast<long long>(to.fixedExponent) - from.fixedExponent;
     if (shift > 0) {
         roundShiftRightChunks(client, value, type, static_cast<unsigned long long>(shift), round, srcCount);
         type.fixedExponent = to.fixedExponent;
     }
-
-    bool const negative = chunksAreNegative(value, type, srcCount);
-    Chunk* const dst = target.data();
-    int const common = std::min<int>(srcCount, count);
-    if (fitsAsItStands(value, type, to, srcCount)) {
-        std::copy_n(value, common, dst);
-        std::fill(dst + common, dst + static_cast<int>(count), negative ? allOnes : 0);
-        if (shift < 0) shiftLeftChunks(dst, to, static_cast<unsigned long long>(-shift), count);
+    Chunk const fill = signFillChunk(value, type, srcCount);
+    if (shift > 0 && fitsAsItStands(value, type, to, srcCount)) {
+        moveUp(value, fill);
         return target.commit();
     }
     if (sat) {
         // Rounding has come first: a value that rounds into the extreme is that extreme.
-        int const order = negative ? compareChunksToTypeMin(value, type, to, srcCount)
-                                   : -compareChunksToTypeMax(value, type, to, srcCount);
+        int const order = fill ? compareChunksToTypeMin(value, type, to, srcCount)
+                               : -compareChunksToTypeMax(value, type, to, srcCount);
         if (order <= 0) {
-            Event const end = negative ? Event::saturationToMin : Event::saturationToMax;
+            Event const end = fill ? Event::saturationToMin : Event::saturationToMax;
             storeExtreme(target, to, end);
             if (order < 0) tell(client, end);
             return;
         }
     }
 
-    std::copy_n(value, common, dst);
     if (type == to) { // nothing can have overflowed, and the chunks stay as they are
-        target.commit();
-        return;
+        std::copy_n(value, common, dst);
+        return target.commit();
     }
-    std::fill(dst + common, dst + static_cast<int>(count), negative ? allOnes : 0);
-    if (shift < 0) shiftLeftChunks(dst, to, static_cast<unsigned long long>(-shift), count);
+    moveUp(value, fill);
     dst[count - 1] = Target::cut(fixedTopChunk(dst[count - 1], to));
     target.commit();
     // By value, and so exact even if the word lost high bits of equal sign. The comparison tests the signs

@@ -22,6 +22,8 @@ namespace ORVEX::multiword
 
 using Chunk = unsigned long long;
 using SignedChunk = long long;
+__extension__ typedef unsigned __int128 DoubleChunk;
+__extension__ typedef __int128 SignedDoubleChunk;
 static_assert(sizeof(Chunk) == 8);
 
 inline constexpr int chunkBits = 64;
@@ -95,7 +97,8 @@ bool chunksAreZero(Chunk const* chunks, Count count)
 template <class Count>
 Chunk signFillChunk(Chunk const* chunks, fxpDataTypeProp const& type, Count count)
 {
-    return chunksAreNegative(chunks, type, count) ? allOnes : 0;
+    auto const top = static_cast<SignedChunk>(chunks[count - 1]); // signs are random: no branch on them
+    return type.isSigned() ? static_cast<Chunk>(top >> (chunkBits - 1)) : 0;
 }
 
 /// The bit of an absolute weight not below that of the lowest bit: the sign at and above the word length.

@@ -32,28 +32,41 @@ inline SplitDouble splitDouble(double x)
     return {x < 0 ? -magnitude : magnitude, field - exponentOfUnit - below};
 }
 
-/// Stores x as below if that raises no event and an integer of 53 bits holds the result; otherwise false,
-/// with nothing done. The usual case, by a conversion to an integer and what it leaves over, which are both
-/// exact.
+/// Stores x as below if that raises no event and two chunks hold the result, or one if the target has no
+/// more; otherwise false, with nothing done. The usual case, by a conversion to an integer and what it leaves
+/// over, which are both exact.
 template <class Target>
 bool storeRadixDoubleQuietly(Target target, fxpDataTypeProp const& type, double x, fxpModeRounding_tag round)
 {
+    constexpr bool oneChunk = std::is_same_v<typename Target::Count, One>;
+    using Value = std::conditional_t<oneChunk, SignedChunk, SignedDoubleChunk>;
+    constexpr double limit = oneChunk ? 0x1p63 : 0x1p127;
     if (type.fixedExponent < -1023 || type.fixedExponent > 1022) return false;
     double const y = x * std::bit_cast<double>(static_cast<Chunk>(1023 - type.fixedExponent) << 52);
-    // Below 1 a positive value underflows; a tiny negative one may have lost bits.
-    if (!static_cast<bool>((y >= 1.0) | (y < -0x1p-1000)) || !(std::fabs(y) < 0x1p53)) return false;
-    auto const truncated = static_cast<SignedChunk>(y);
-    double const rest = std::fabs(y - static_cast<double>(truncated));
-    bool const down = y < static_cast<double>(truncated); // the floor is one less, with 1 - rest above it
+    // Below 1 a positive value underflows, and a tiny one may have lost bits.
+    if (!(std::fabs(y) >= 1.0 && std::fabs(y) < limit)) return false;
     bool const negative = y < 0;
-    SignedChunk value = truncated - down;
-    bool const half = (down & (rest <= 0.5)) | (!down & (rest >= 0.5));
-    value += bumps(round, {negative, half, rest != 0.5 && rest != 0.0, (value & 1) != 0});
+    Value value;
+    if (std::fabs(y) < 0x1p63) {
+        auto const truncated = static_cast<SignedChunk>(y);
+        double const rest = std::fabs(y - static_cast<double>(truncated));
+        bool const down = y < static_cast<double>(truncated); // the floor is one less, with 1 - rest above it
+        value = truncated - down;
+        bool const half = (down & (rest <= 0.5)) | (!down & (rest >= 0.5));
+        value += bumps(round, {negative, half, rest != 0.5 && rest != 0.0, (value & 1) != 0});
+    } else {
+        SplitDouble const split = splitDouble(y);
+        value = static_cast<Value>(split.mantissa) << split.exponent;
+    }
+    constexpr int valueBits = static_cast<int>(sizeof(Value)) * 8;
     int const bits = type.getWordLengthNonSign();
-    SignedChunk const fill = value >> (chunkBits - 1);
+    Value const fill = value >> (valueBits - 1);
     if (bits < 1 || (!type.isSigned() && negative)) return false;
-    if (bits < 54 && (value ^ fill) >> bits != 0) return false;
-    for (int i = 0; i < target.count(); ++i) target.data()[i] = static_cast<Chunk>(i == 0 ? value : fill);
+    if (bits < valueBits && (value ^ fill) >> bits != 0) return false;
+    for (int i = 0; i < target.count(); ++i) {
+        target.data()[i] = static_cast<Chunk>(value);
+        if constexpr (!oneChunk) value >>= chunkBits;
+    }
     target.commit();
     return true;
 }

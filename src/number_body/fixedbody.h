@@ -137,7 +137,7 @@ protected:
         if constexpr (Storage::isWord)
             return {};
         else
-            return getNumChunks();
+            return FixedPointNumber::getNumChunks();
     }
     /// How many elements are worth another thread, in operations that lanes do where they hold an element.
     std::size_t grainOfLanes() const;

@@ -23,13 +23,16 @@ template <class Storage, int Parts>
 template <multiword::Sum sum>
 void FixedBody<Storage, Parts>::addPart(Word* place, NumberBody const& other, Part part)
 {
-    Operand const addend = operandAtCursor(other, part);
     auto to = target(place);
-    if (*addend.type == dataType()) {
+    if (other.dataType() == dataType()) { // and so of the same storage, with as many parts or not
+        auto const* const parts = static_cast<Word const*>(other.storage()) +
+                                  other.index() * (other.bytesPerElement() / sizeof(Word));
+        auto const addend = read(part == Part::real ? parts : parts + count());
         multiword::addInto<sum>(client(), to, dataType(), to.load(), addend.chunks(), overflowMode());
         return;
     }
     // The other is first rounded and clipped into this type, and its own events come before those of the sum.
+    Operand const addend = operandAtCursor(other, part);
     PartScratch converted(count());
     withChunks(addend, [&](Chunk const* chunks, auto n) {
         array_engine::castOnce(client(), multiword::ChunkTarget<Count>(converted.data(), count()), dataType(),
@@ -131,7 +134,7 @@ void FixedBody<Storage, Parts>::isProductOf(NumberBody const* a, NumberBody cons
     if constexpr (!Storage::isWord && !complex) {
         // A product that has this type already raises no event, so that it needs no scratch.
         if (holdsStoredIntegers(*a) && holdsStoredIntegers(*b) &&
-            multiword::productType(a->dataType(), b->dataType()) == dataType()) {
+            multiword::isProductType(dataType(), a->dataType(), b->dataType())) {
             Operand const x = operandAtCursor(*a, Part::real);
             Operand const y = operandAtCursor(*b, Part::real);
             Word* const to = here(Part::real);

@@ -5,8 +5,7 @@
 #include "array_engine/container.h"
 #include "multiword/chunkgeometry.h"
 #include "multiword/target.h"
-
-#include <orvex/number_body/numberbody.h>
+#include "number_body/fixedpointnumber.h"
 
 #include <iostream>
 
@@ -51,7 +50,7 @@ decltype(auto) withChunks(Operand const& operand, F&& f)
         static_cast<unsigned char const*>(body.storage()) + element * body.bytesPerElement();
     if (body.container() == array_engine::Container::chunks) {
         auto const* const chunks = reinterpret_cast<Chunk const*>(at);
-        int const count = body.getNumChunks();
+        int const count = static_cast<FixedPointNumber const&>(body).FixedPointNumber::getNumChunks();
         if (part == Part::real) return {&type, 0, chunks, count};
         if (body.isComplex()) return {&type, 0, chunks + count, count};
         return {&type, 0, nullptr, 1};
