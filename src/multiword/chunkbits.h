@@ -35,23 +35,29 @@ void bitNotChunks(Chunk* chunks, fxpDataTypeProp const& type, Count count)
         w > chunkBits && w <= 2 * chunkBits ? highMask(w - chunkBits - 1) : lowMask(topBit(w));
 }
 
-/// Two's-complement negation over all chunks; nothing is masked, and the minimum comes back as itself.
+/// dst := -src by a mask of all ones, src by one of 0: signs are random, and a branch on them costs more.
+/// Two's complement over all chunks; nothing is masked, and the minimum comes back as itself. dst may be src.
+template <class Count>
+void copyNegatedIf(Chunk* dst, Chunk const* src, Chunk mask, Count count)
+{
+    Chunk carry = mask & 1;
+    for (int i = 0; i < count; ++i) {
+        dst[i] = (src[i] ^ mask) + carry;
+        carry = dst[i] < carry;
+    }
+}
+
 template <class Count>
 void negateChunks(Chunk* chunks, Count count)
 {
-    int i = 0;
-    while (i < count - 1 && chunks[i] == 0) ++i;
-    chunks[i] = 0 - chunks[i]; // the carry ends at the lowest chunk that is not 0
-    for (++i; i < count; ++i) chunks[i] = ~chunks[i];
+    copyNegatedIf(chunks, chunks, allOnes, count);
 }
 
 /// Copies the magnitude of src, to be read as unsigned: the minimum of W bits gives 2^(W-1). dst may be src.
 template <class Count>
 void copyMagnitude(Chunk* dst, Chunk const* src, fxpDataTypeProp const& type, Count count)
 {
-    bool const negative = chunksAreNegative(src, type, count);
-    for (int i = 0; i < count; ++i) dst[i] = src[i];
-    if (negative) negateChunks(dst, count);
+    copyNegatedIf(dst, src, signFillChunk(src, type, count), count);
 }
 
 /// Adds 1; beyond the type's maximum it wraps to the minimum. Silent.
@@ -89,19 +95,6 @@ long long bitLength(Chunk const* chunks, Count count)
     int i = count - 1;
     while (chunks[i] == 0) --i;
     return static_cast<long long>(i) * chunkBits + static_cast<int>(std::bit_width(chunks[i]));
-}
-
-/// The 64 bits from a position up of an unsigned value; zeros stand below position 0 and above the top.
-template <class Count>
-Chunk windowAtPosition(Chunk const* chunks, long long position, Count count)
-{
-    long long const index = position >> 6;
-    int const r = static_cast<int>(position & (chunkBits - 1));
-    auto const at = [&](long long i) { return i < 0 || i >= count ? Chunk{0} : chunks[i]; };
-    bool const inside = index >= 0 && index + 1 < count;
-    Chunk const low = inside ? chunks[index] : at(index);
-    Chunk const high = inside ? chunks[index + 1] : at(index + 1);
-    return (low >> r) | (high << 1 << (chunkBits - 1 - r));
 }
 
 } // namespace ORVEX::multiword

@@ -2,86 +2,92 @@
 
 #include <orvex/hardware/fxpprodhardware.h>
 
+#include <utility>
+
 namespace ORVEX::multiword
 {
 
 namespace
 {
 
-/// Divides two chunks by one that has its top bit set, by a precomputed reciprocal.
+Chunk lowOf(DoubleChunk x) { return static_cast<Chunk>(x); }
+Chunk highOf(DoubleChunk x) { return static_cast<Chunk>(x >> chunkBits); }
+DoubleChunk join(Chunk high, Chunk low) { return static_cast<DoubleChunk>(high) << chunkBits | low; }
+DoubleChunk product(Chunk a, Chunk b) { return static_cast<DoubleChunk>(a) * b; }
+
+/// Divides three chunks by two that have their top bit set, by a precomputed reciprocal.
 /// N. Moeller, T. Granlund, "Improved division by invariant integers", IEEE Trans. Computers 60 (2011),
-/// alg. 4.
+/// algorithms 5 and 6.
 class Reciprocal
 {
 public:
-    explicit Reciprocal(Chunk divisor)
-        : divisor_(divisor), inverse_(static_cast<Chunk>(
-                                 ((static_cast<DoubleChunk>(~divisor) << chunkBits) | allOnes) / divisor))
+    explicit Reciprocal(DoubleChunk divisor) : divisor_(divisor)
     {
+        Chunk const high = highOf(divisor);
+        Chunk const low = lowOf(divisor);
+        inverse_ = lowOf(join(~high, allOnes) / high); // of the high chunk alone
+        Chunk rest = high * inverse_ + low;
+        if (rest < low) {
+            --inverse_;
+            if (rest >= high) {
+                --inverse_;
+                rest -= high;
+            }
+            rest -= high;
+        }
+        DoubleChunk const ofLow = product(inverse_, low);
+        rest += highOf(ofLow);
+        if (rest < highOf(ofLow)) inverse_ -= join(rest, lowOf(ofLow)) >= divisor ? 2u : 1u;
     }
 
     /// high is below the divisor; the remainder replaces it.
-    Chunk divide(Chunk& high, Chunk low) const
+    Chunk divide(DoubleChunk& high, Chunk low) const
     {
-        DoubleChunk const estimate =
-            static_cast<DoubleChunk>(inverse_) * high + ((static_cast<DoubleChunk>(high) << chunkBits) | low);
-        Chunk quotient = static_cast<Chunk>(estimate >> chunkBits) + 1;
-        Chunk remainder = low - quotient * divisor_;
-        Chunk const tooLarge =
-            0 - static_cast<Chunk>(remainder > static_cast<Chunk>(estimate)); // as often as not
+        DoubleChunk const estimate = product(inverse_, highOf(high)) + high;
+        Chunk quotient = highOf(estimate) + 1;
+        DoubleChunk rest = join(lowOf(high) - highOf(estimate) * highOf(divisor_), low) -
+                           product(highOf(estimate), lowOf(divisor_)) - divisor_;
+        // As often as not one too large: the borrow of a difference is a mask that no compiler makes a branch
+        // of.
+        Chunk const tooLarge = ~highOf(static_cast<DoubleChunk>(highOf(rest)) - lowOf(estimate));
         quotient += tooLarge;
-        remainder += tooLarge & divisor_;
-        if (remainder >= divisor_) [[unlikely]] {
+        rest += join(highOf(divisor_) & tooLarge, lowOf(divisor_) & tooLarge);
+        if (rest >= divisor_) [[unlikely]] {
             ++quotient;
-            remainder -= divisor_;
+            rest -= divisor_;
         }
-        high = remainder;
+        high = rest;
         return quotient;
     }
 
 private:
-    Chunk divisor_;
+    DoubleChunk divisor_;
     Chunk inverse_;
 };
 
-/// remainder -= digit * divisor, whose complement to 2^(64 n) is given: that times the digit is added, and
-/// the digit taken off the chunk above. Returns whether the remainder went below 0; the digit is then one too
-/// large.
-bool subtractMultiple(Chunk* remainder, Chunk const* complement, Chunk digit, int n)
-{
-    Chunk const top = remainder[n] + addProductOfRow(remainder, complement, digit, n);
-    remainder[n] = top - digit;
-    return top != digit;
-}
-
-void addDivisor(Chunk* remainder, Chunk const* divisor, int n)
+/// chunks := chunks * 2^bits, of fewer than 64 bits; returns what is carried out.
+Chunk moveUp(Chunk* chunks, int count, int bits)
 {
     Chunk carry = 0;
-    for (int i = 0; i < n; ++i) remainder[i] = addStep(remainder[i], divisor[i], carry);
-    remainder[n] += carry;
+    for (int i = 0; i < count; ++i) {
+        Chunk const chunk = std::exchange(chunks[i], chunks[i] << bits | carry);
+        carry = chunk >> 1 >> (chunkBits - 1 - bits);
+    }
+    return carry;
 }
 
 /// The quotient of two magnitudes, digit by digit from the top, scaled so that the last digit ends at the
 /// lowest bit of the result. A digit is a chunk. Knuth, The Art of Computer Programming 2, 4.3.1, algorithm
-/// D, except that the dividend's digits are read as they are needed: its scaling can put any number of zeros
-/// below it.
+/// D, with digits estimated from the two top chunks of the divisor, and except that the dividend's digits are
+/// read as they are needed: its scaling can put any number of zeros below it.
 class DigitDivision
 {
 public:
-    /// dividend * 2^scale / divisor; both magnitudes are non-zero, their tops may be zero chunks.
-    DigitDivision(Chunk const* dividend, int dividendCount, Chunk* divisor, int divisorCount, long long scale)
-        : dividend_(dividend), dividendCount_(dividendCount),
-          quotientBits_(bitLength(dividend, dividendCount) - bitLength(divisor, divisorCount) + scale + 1),
-          divisor_(divisor), n_(static_cast<int>((bitLength(divisor, divisorCount) - 1) / chunkBits) + 1),
-          complement_(n_), window_(n_ + 1 + slack), remainder_(window_.data() + slack)
+    /// dividend * 2^scale / divisor; both magnitudes are non-zero, their tops may be zero chunks. Uses both
+    /// up, and the room for a chunk above the dividend.
+    DigitDivision(Chunk* dividend, int dividendCount, Chunk* divisor, int divisorCount, long long scale)
+        : DigitDivision(dividend, dividendCount, divisor, bitLength(divisor, divisorCount), scale)
     {
-        // With the divisor's top bit set an estimated digit is at most two too large.
-        int const up = std::countl_zero(divisor[n_ - 1]);
-        for (int i = n_ - 1; i >= 0; --i)
-            divisor[i] = windowAtPosition(divisor, static_cast<long long>(i) * chunkBits - up, n_);
-        std::copy_n(divisor, n_, complement_.data());
-        negateChunks(complement_.data(), n_);
-        scale_ = scale + up;
     }
 
     /// No bit of the quotient stands at or above this position. Zero or less: the quotient is below 1 (below
@@ -93,90 +99,135 @@ public:
     void run(F&& digit)
     {
         long long const digits = std::max<long long>(1, (quotientBits_ + chunkBits - 1) / chunkBits);
-        for (int i = 0; i < n_; ++i) remainder_[i] = dividendAt((digits + i) * chunkBits);
-        remainder_[n_] = 0;
-        Reciprocal const reciprocal(divisor_[n_ - 1]);
+        for (int i = 0; i < low_; ++i) rest_[i] = dividendAt(digits + i);
+        top_ = join(dividendAt(digits + low_ + 1), dividendAt(digits + low_));
+        Reciprocal const reciprocal(divisorTop_);
         for (long long d = digits - 1; d >= 0; --d) {
-            takeChunk(dividendAt(d * chunkBits));
-            digit(n_ == 1 ? reciprocal.divide(remainder_[1], remainder_[0]) : nextDigit(reciprocal), d);
-            if (n_ == 1) std::swap(remainder_[0], remainder_[1]);
+            takeChunk(dividendAt(d));
+            digit(top_ == divisorTop_ ? largestDigit() : nextDigit(reciprocal), d);
         }
     }
 
     /// After run: what is left over, as a fraction of the divisor.
-    bool exact() const { return chunksAreZero(remainder_, n_) && !dividendBelow(-scale_); }
+    bool exact() const { return top_ == 0 && chunksAreZero(rest_, low_) && !dividendBelow(0); }
 
     /// Three-way comparison of what is left over with half the divisor.
-    int compareRemainderToHalf()
+    int compareRemainderToHalf() const
     {
-        // Twice the remainder, with the dividend's first bit below the last digit moved in.
-        Chunk const moved = dividendAt(-1) & 1;
-        remainder_[n_] = remainder_[n_ - 1] >> (chunkBits - 1);
-        for (int i = n_ - 1; i > 0; --i)
-            remainder_[i] = remainder_[i] << 1 | remainder_[i - 1] >> (chunkBits - 1);
-        remainder_[0] = remainder_[0] << 1 | moved;
-        if (remainder_[n_] != 0) return 1;
-        for (int i = n_ - 1; i >= 0; --i)
-            if (remainder_[i] != divisor_[i]) return remainder_[i] < divisor_[i] ? -1 : 1;
-        return dividendBelow(-scale_ - 1) ? 1 : 0;
+        // Against what it lacks to the divisor. One branch for both answers, which are as often as not.
+        DoubleChunk const lacks = divisorTop_ - top_;
+        int const order = static_cast<int>(top_ > lacks) - static_cast<int>(lacks > top_ + 1);
+        if (order != 0) [[likely]]
+            return order;
+        // Twice the remainder, chunk by chunk, with the dividend's first bit below the last digit moved in.
+        auto const twice = [&](int i) {
+            Chunk const below = i > 0 ? rest_[i - 1] : dividendAt(-1);
+            return (i < low_ ? rest_[i] : lowOf(top_)) << 1 | below >> (chunkBits - 1);
+        };
+        // Of the tops only a last bit can differ, since one is at most one off from half the other.
+        if (Chunk const above = lowOf(divisorTop_); twice(low_) != above)
+            return static_cast<SignedChunk>(twice(low_) - above) < 0 ? -1 : 1;
+        for (int i = low_ - 1; i >= 0; --i)
+            if (twice(i) != divisor_[i]) return twice(i) < divisor_[i] ? -1 : 1;
+        return dividendAt(-1) << 1 != 0 || dividendBelow(-1);
     }
 
 private:
-    /// The dividend's 64 bits from a position of the scaled dividend up.
-    Chunk dividendAt(long long position) const
+    DigitDivision(Chunk* dividend, int dividendCount, Chunk* divisor, long long divisorBits, long long scale)
+        : dividend_(dividend), dividendCount_(dividendCount + 1),
+          quotientBits_(bitLength(dividend, dividendCount) - divisorBits + scale + 1), divisor_(divisor),
+          low_(static_cast<int>((divisorBits - 1) / chunkBits) - 1), complement_(std::max(low_, 0)),
+          window_(std::max(low_, 0) + 1 + slack), rest_(window_.data() + slack)
     {
-        return windowAtPosition(dividend_, position - scale_, dividendCount_);
-    }
-
-    /// Any bit of the dividend below a position.
-    bool dividendBelow(long long position) const
-    {
-        Chunk any = 0;
-        for (int i = 0; i < dividendCount_; ++i)
-            any |= dividend_[i] & lowMask(position - 1 - static_cast<long long>(i) * chunkBits);
-        return any != 0;
-    }
-
-    /// Moves the remainder up by a chunk and puts another below. It stays where it is, in a window that is
-    /// moved now and then.
-    void takeChunk(Chunk low)
-    {
-        if (remainder_ == window_.data()) {
-            std::copy_backward(remainder_, remainder_ + n_, remainder_ + slack + n_);
-            remainder_ += slack;
+        // With the divisor's top bit set an estimated digit is at most one too large.
+        int const up = static_cast<int>(-divisorBits & (chunkBits - 1));
+        moveUp(divisor, low_ + 2, up);
+        long long shift = scale + up;
+        if (low_ < 0) { // a divisor of one chunk gets a zero chunk below
+            low_ = 0;
+            divisorTop_ = join(divisor[0], 0);
+            shift += chunkBits;
+        } else {
+            divisorTop_ = join(divisor[low_ + 1], divisor[low_]);
         }
-        --remainder_;
-        remainder_[0] = low;
+        dividend[dividendCount] = moveUp(dividend, dividendCount, static_cast<int>(shift & (chunkBits - 1)));
+        chunksUp_ = shift >> 6;
+        copyNegatedIf(complement_.data(), divisor, allOnes, low_);
+        borrows_ = chunksAreZero(divisor, low_) ? 0 : allOnes;
+    }
+
+    /// A chunk of the scaled dividend.
+    Chunk dividendAt(long long index) const
+    {
+        auto const at = static_cast<unsigned long long>(index - chunksUp_);
+        return at < static_cast<unsigned long long>(dividendCount_) ? dividend_[at] : 0;
+    }
+
+    /// Anything in the scaled dividend's chunks below this one.
+    bool dividendBelow(long long index) const
+    {
+        long long const count = std::clamp<long long>(index - chunksUp_, 0, dividendCount_);
+        return !chunksAreZero(dividend_, count);
+    }
+
+    /// Moves the remainder up by a chunk and puts another below. Its low chunks stay where they are, in a
+    /// window that is moved now and then; one of them is above the low ones now.
+    void takeChunk(Chunk chunk)
+    {
+        if (rest_ == window_.data()) {
+            std::copy_backward(rest_, rest_ + low_, rest_ + slack + low_);
+            rest_ += slack;
+        }
+        *--rest_ = chunk;
     }
 
     Chunk nextDigit(Reciprocal const& reciprocal)
     {
-        Chunk const top = divisor_[n_ - 1];
-        Chunk digit = allOnes;
-        if (remainder_[n_] < top) {
-            Chunk high = remainder_[n_];
-            digit = reciprocal.divide(high, remainder_[n_ - 1]);
-            // `high` is the rest of that division; the second chunk tells most digits that are one too large.
-            DoubleChunk const second = static_cast<DoubleChunk>(digit) * divisor_[n_ - 2];
-            digit -= second > ((static_cast<DoubleChunk>(high) << chunkBits) | remainder_[n_ - 2]);
-        }
-        if (subtractMultiple(remainder_, complement_.data(), digit, n_)) { // by now at most one too large
+        Chunk digit = reciprocal.divide(top_, rest_[low_]);
+        // rest -= digit * divisor: that times the complement is added, and the digit taken off the chunk
+        // above.
+        Chunk const borrow = (digit & borrows_) - addProductOfRow(rest_, complement_.data(), digit, low_);
+        bool const tooLarge = top_ < borrow;
+        top_ -= borrow;
+        if (tooLarge) [[unlikely]] {
             --digit;
-            addDivisor(remainder_, divisor_, n_);
+            Chunk carry = 0;
+            for (int i = 0; i < low_; ++i) rest_[i] = addStep(rest_[i], divisor_[i], carry);
+            top_ += divisorTop_ + carry;
         }
         return digit;
     }
 
+    /// Where the remainder starts as the divisor does: rest -= (2^64 - 1) * divisor.
+    Chunk largestDigit()
+    {
+        SignedDoubleChunk sum = 0;
+        for (int i = 0; i < low_; ++i) {
+            sum += rest_[i];
+            sum += divisor_[i];
+            if (i > 0) sum -= divisor_[i - 1];
+            rest_[i] = lowOf(static_cast<DoubleChunk>(sum));
+            sum >>= chunkBits;
+        }
+        sum += rest_[low_];
+        if (low_ > 0) sum -= divisor_[low_ - 1];
+        top_ = divisorTop_ + static_cast<DoubleChunk>(sum);
+        return allOnes;
+    }
+
     Chunk const* dividend_;
     int dividendCount_;
+    long long chunksUp_; ///< from the dividend's chunks to those of the scaled one
     long long quotientBits_;
-    Chunk* divisor_;
-    int n_;                  ///< the divisor's chunks without zero ones above
-    WideScratch complement_; ///< of the divisor
+    Chunk const* divisor_;
+    int low_; ///< the divisor's chunks below the two on top; zero ones above do not count
+    DoubleChunk divisorTop_;
+    WideScratch complement_; ///< of the low ones
+    Chunk borrows_;          ///< 0 where these are 0, whose complement is a chunk longer; else all ones
     static constexpr int slack = 16;
     WideScratch window_;
-    Chunk* remainder_; ///< n + 1 chunks in the window
-    long long scale_;
+    Chunk* rest_;     ///< low chunks of the remainder, in the window
+    DoubleChunk top_; ///< the two on top
 };
 
 } // namespace
@@ -212,7 +263,7 @@ void divideChunks(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp cons
         client.handleOverflowWrap();
     }
 
-    WideScratch dividend(aCount);
+    WideScratch dividend(aCount + 1);
     WideScratch divisor(bCount);
     copyMagnitude(dividend.data(), a, aType, aCount);
     copyMagnitude(divisor.data(), b, bType, bCount);
@@ -243,7 +294,7 @@ void divideChunks(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp cons
             dst[index] = digit;
             return;
         }
-        bitsAbove += std::popcount(digit & highMask(magnitudeBits - from));
+        if (Chunk const above = digit & highMask(magnitudeBits - from)) bitsAbove += std::popcount(above);
         aboveSign |= (digit & highMask(to.wordLength - from)) != 0;
         Chunk const word = digit & lowMask(to.wordLength - 1 - from);
         if (word != (from / chunkBits == (to.wordLength - 1) / chunkBits ? bitMask(to.wordLength - 1) : 0))
@@ -252,6 +303,7 @@ void divideChunks(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp cons
     });
     bool const exact = division.exact();
 
+    bool const fits = bitsAbove == 0 && (to.isSigned() || !negative);
     if (bitsAbove != 0) {
         bool const lastBitIsSign = negative && to.isSigned() && exact && onlySignBit;
         if (lastBitIsSign) --bitsAbove;
@@ -259,14 +311,20 @@ void divideChunks(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp cons
         for (; bitsAbove > 0; --bitsAbove) client.handleOverflowWrap();
         if (lastBitIsSign) return setChunksToMin(dst, to, count);
     }
-    dst[count - 1] = fixedTopChunk(dst[count - 1], to);
-    if (negative) negateChunks(dst, count);
-    if (exact) return;
-
-    Tail const tail = tailOfQuotient(negative, division.compareRemainderToHalf(), (dst[0] & 1) != 0);
     // Raising the floor of a negative quotient leads back to the truncated one.
-    bool const steps = bumps(resolveDivisionRounding(client, round), tail) != negative;
-    if (!steps) return;
+    auto const steps = [&] {
+        if (exact) return false;
+        Tail const tail = tailOfQuotient(negative, division.compareRemainderToHalf(), (dst[0] & 1) != 0);
+        return bumps(resolveDivisionRounding(client, round), tail) != negative;
+    };
+    Chunk const sign = negative ? allOnes : 0;
+    if (fits && dst[0] != maxValueChunk(0, to)) {
+        dst[0] += steps(); // neither carries nor leaves the range
+        return copyNegatedIf(dst, dst, sign, count);
+    }
+    dst[count - 1] = fixedTopChunk(dst[count - 1], to);
+    copyNegatedIf(dst, dst, sign, count);
+    if (!steps()) return;
     int const order =
         negative ? compareChunksToTypeMin(dst, to, to, count) : compareChunksToTypeMax(dst, to, to, count);
     if (order == 0) {

@@ -95,7 +95,8 @@ std::unique_ptr<NumberBody> Number::createAllZeroNumberBodyWithSpecifiedType(
 {
     auto* const create = isOverwritten ? number_body::createOverwrittenBody : number_body::createZeroBody;
     auto body = create({type, client, count, round, overflow}, isComplex);
-    if (body) {
+    bool const isRow = nDims == 2 && dims[0] == 1 && dims[1] == count; // as bodies are made
+    if (body && !isRow) {
         body->setNDims(nDims);
         body->setDims(dims);
     }
@@ -114,11 +115,11 @@ Number Number::zeroLike(fxpDataTypeProp const& type, fxpModeRounding_tag round, 
                                                            getFxpClient(), round, overflow, isComplex));
 }
 
-Number Number::zeroScalar(fxpDataTypeProp const& type, bool isComplex, unsigned long long nDims) const
+Number Number::newScalar(fxpDataTypeProp const& type, bool isComplex, unsigned long long nDims) const
 {
     unsigned long long const one[2] = {1, 1};
-    return Number(createAllZeroNumberBodyWithSpecifiedType(1, nDims, one, type, getFxpClient(),
-                                                           getRoundMode(), getOverflowMode(), isComplex));
+    return Number(createAllZeroNumberBodyWithSpecifiedType(
+        1, nDims, one, type, getFxpClient(), getRoundMode(), getOverflowMode(), isComplex, true));
 }
 
 unsigned long long Number::getNumberOfElements() const { return body().numberOfElements(); }
@@ -335,14 +336,14 @@ void Number::setMinPositiveRWValue() { body().setMinPositiveRWValue(); }
 
 Number Number::getMaxSIValue() const
 {
-    Number extreme = zeroScalar(multiword::strippedCopy(getDataType()), false);
+    Number extreme = newScalar(multiword::strippedCopy(getDataType()), false);
     extreme.setMaxRWValue();
     return extreme;
 }
 
 Number Number::getMinSIValue() const
 {
-    Number extreme = zeroScalar(multiword::strippedCopy(getDataType()), false);
+    Number extreme = newScalar(multiword::strippedCopy(getDataType()), false);
     extreme.setMinRWValue();
     return extreme;
 }

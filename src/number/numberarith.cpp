@@ -149,11 +149,11 @@ Number Number::computedIn(fxpDataTypeProp const& type, bool isComplex, Compute c
     fxpDataTypeProp const computed = type;
     std::optional<fxpDataTypeProp> output;
     if (isDataTypeForBinaryOpOutputUserSpecified()) output = getDataTypeForBinaryOpOutput();
-    Number result = zeroScalar(output ? *output : computed, isComplex);
+    Number result = newScalar(output ? *output : computed, isComplex);
     if (!output || *output == computed) {
         compute(result);
     } else {
-        Number intermediate = zeroScalar(computed, isComplex);
+        Number intermediate = newScalar(computed, isComplex);
         compute(intermediate);
         result = intermediate;
     }
@@ -181,15 +181,17 @@ Number Number::operator-(Number const& other) const
 Number Number::operator*(Number const& other) const
 {
     fxpDataTypeProp const product = getDataTypeForNonAssignmentOpTimes(other);
-    bool const bothComplex = isComplex() && other.isComplex();
+    bool const leftIsComplex = isComplex();
+    bool const rightIsComplex = other.isComplex();
+    bool const bothComplex = leftIsComplex && rightIsComplex;
     fxpDataTypeProp const accumulator = !bothComplex ? product
                                         : isDataTypeForNonAssignmentOpPlusUserSpecified()
                                             ? getDataTypeForNonAssignmentOpPlus()
                                             : sumType(product, product);
-    return computedIn(accumulator, isComplex() || other.isComplex(), [&](Number& result) {
+    return computedIn(accumulator, leftIsComplex || rightIsComplex, [&](Number& result) {
         if (bothComplex)
             result.isComplexProductOf(*this, other, product);
-        else if (other.isComplex())
+        else if (rightIsComplex)
             result.isProductOf(other, *this); // the complex factor goes first
         else
             result.isProductOf(*this, other);
@@ -199,7 +201,7 @@ Number Number::operator*(Number const& other) const
 /// Each product in productType, the two sums in this type; the order is fixed, since each step quantizes.
 void Number::isComplexProductOf(Number const& a, Number const& b, fxpDataTypeProp const& productType)
 {
-    Number t = a.zeroScalar(productType, false, 1);
+    Number t = a.newScalar(productType, false, 1);
     Number const ar = a.real();
     Number const ai = a.imag();
     Number const br = b.real();
@@ -234,7 +236,7 @@ Number& Number::operator*=(Number const& other)
 
 Number Number::divide(Number const& a, Number const& b, fxpDataTypeProp const& type)
 {
-    Number result = a.zeroScalar(type, a.isComplex() || b.isComplex(), 1);
+    Number result = a.newScalar(type, a.isComplex() || b.isComplex(), 1);
     result.isQuotientOf(a, b);
     return result;
 }
@@ -352,7 +354,7 @@ Number Number::arrayTimes(Number const& a, Number const& b, fxpDataTypeProp cons
         if (a.isComplex() && b.isComplex()) return result.isComplexProductOf(a, b, productType);
         // The factors keep their order here, also if the first is the real one.
         if (productType == outputType) return result.isProductOf(a, b);
-        if (!product) product.reset(new Number(a.zeroScalar(productType, isComplex, 1)));
+        if (!product) product.reset(new Number(a.newScalar(productType, isComplex, 1)));
         product->isProductOf(a, b);
         result = *product;
     };

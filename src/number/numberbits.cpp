@@ -345,7 +345,7 @@ void Number::rotateArray(unsigned count, bool left)
 {
     int const within = rotationCount(count);
     if (within == 0) return;
-    Number element = zeroScalar(getDataType(), isComplex());
+    Number element = newScalar(getDataType(), isComplex());
     forEachElement([&] {
         element = *this;
         element.rotate(within, left);

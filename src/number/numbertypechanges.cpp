@@ -97,14 +97,14 @@ Number Number::reinterpretCast(fxpDataTypeProp const& type) const
 
 Number Number::real() const
 {
-    Number result = zeroScalar(getDataType(), false);
+    Number result = newScalar(getDataType(), false);
     result.body().assignNumber(&body());
     return result;
 }
 
 Number Number::imag() const
 {
-    Number result = zeroScalar(getDataType(), false);
+    Number result = newScalar(getDataType(), false);
     result.body().assignImagOf(&body());
     return result;
 }

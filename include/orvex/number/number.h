@@ -424,7 +424,8 @@ private:
     void set(fxpDataTypeProp const& type, bool isComplex);
     Number zeroLike(fxpDataTypeProp const& type, fxpModeRounding_tag round, fxpModeOverflow_tag overflow,
                     bool isComplex) const;
-    Number zeroScalar(fxpDataTypeProp const& type, bool isComplex, unsigned long long nDims = 2) const;
+    /// For a store of every part, before which the client has heard of its zeros.
+    Number newScalar(fxpDataTypeProp const& type, bool isComplex, unsigned long long nDims = 2) const;
     bool newWordLengthIsInSameBucket(int bits) const;
     template <class Part>
     Number partArray(Part part) const;
