@@ -32,9 +32,64 @@ std::size_t nextMark(Marks const* marks, std::size_t from, std::size_t n)
     return from;
 }
 
-/// Runs `fill(at, n, lanes, marks, found)` over parts [begin, end), which gives the lanes of a block,
-/// `commit(at, n, lanes)` for what is not outside, and `scalar` for the rest, an element of `parts` parts at
-/// a time. After a block in which nothing was marked, the next is tried without marks. Lanes in which nothing
+/// Puts lanes into the words of a target. What is put in pieces is brought into words at once, since pieces
+/// are short.
+template <class Lane>
+class StoreIn
+{
+public:
+    explicit StoreIn(Words const& target) : target_(target) {}
+
+    void all(std::size_t at, std::size_t n, Lane const* lanes) { target_.store(at, n, lanes); }
+
+    void take(std::size_t at, std::size_t n, Lane const* lanes)
+    {
+        at_ = at;
+        lanes_ = lanes;
+        if constexpr (inWords)
+            target_.withWord([&](auto word) { narrow(lanes, n, reinterpret_cast<decltype(word)*>(words_)); });
+    }
+    void piece(std::size_t from, std::size_t n)
+    {
+        std::size_t const bytes = target_.bytes();
+        if constexpr (inWords)
+            std::memcpy(target_.data + (at_ + from) * bytes, words_ + from * bytes, n * bytes);
+        else
+            target_.store(at_ + from, n, lanes_ + from);
+    }
+
+private:
+    static constexpr bool inWords = std::is_integral_v<Lane>; // no word need hold a double that is outside
+    Words const& target_;
+    std::size_t at_ = 0;
+    Lane const* lanes_ = nullptr;
+    alignas(TwoChunks) unsigned char words_[inWords ? blockSize * sizeof(TwoChunks) : 1];
+};
+
+/// Gives lanes to put(at, n, lanes).
+template <class Lane, class Put>
+class PutBy
+{
+public:
+    explicit PutBy(Lane, Put put) : put_(put) {}
+
+    void all(std::size_t at, std::size_t n, Lane const* lanes) { put_(at, n, lanes); }
+    void take(std::size_t at, std::size_t, Lane const* lanes)
+    {
+        at_ = at;
+        lanes_ = lanes;
+    }
+    void piece(std::size_t from, std::size_t n) { put_(at_ + from, n, lanes_ + from); }
+
+private:
+    Put put_;
+    std::size_t at_ = 0;
+    Lane const* lanes_ = nullptr;
+};
+
+/// Runs `fill(at, n, lanes, marks, found)` over parts [begin, end), which gives the lanes of a block, puts
+/// what is not outside where `commit` says, and calls `scalar` for the rest, an element of `parts` parts at a
+/// time. After a block in which nothing was marked, the next is tried without marks. Lanes in which nothing
 /// can be found may be filled where they belong, in `inPlace`.
 template <class Lane, class Fill, class Commit>
 void runBlocks(NumberBody& body, std::size_t begin, std::size_t end, std::size_t parts, Fill fill,
@@ -49,19 +104,19 @@ void runBlocks(NumberBody& body, std::size_t begin, std::size_t end, std::size_t
             bool found = false;
             Lane const* const lanes = fill(at, n, inPlace ? inPlace + at : buffer, nullptr, found);
             if (!found) {
-                commit(at, n, lanes);
+                commit.all(at, n, lanes);
                 continue;
             }
         }
         std::fill_n(marks, n, silent);
         expectsMarks = false;
         bool found = false;
-        Lane const* const lanes = fill(at, n, buffer, marks, found);
+        commit.take(at, n, fill(at, n, buffer, marks, found));
         for (std::size_t i = 0; i < n;) {
             std::size_t const hit = nextMark(marks, i, n);
             bool const isStored = hit < n && marks[hit] != outside;
             std::size_t const upTo = isStored ? hit + 1 : hit / parts * parts;
-            commit(at + i, upTo - i, lanes + i);
+            commit.piece(i, upTo - i);
             i = upTo;
             if (hit == n) break;
             expectsMarks = true;
@@ -74,12 +129,6 @@ void runBlocks(NumberBody& body, std::size_t begin, std::size_t end, std::size_t
             }
         }
     }
-}
-
-template <class Lane>
-auto storeIn(Words const& target)
-{
-    return [&target](std::size_t at, std::size_t n, Lane const* lanes) { target.store(at, n, lanes); };
 }
 
 /// Whether a client may do anything when it is told. The library's own silent
@@ -108,7 +157,7 @@ bool assignInLanes(NumberBody& body, Words const& target, Words const& from, Sto
         return source.block(at, n, lanes, marks, found);
     };
     if (!cast.last() || !listens(client)) {
-        runBlocks<Lane>(body, begin, end, target.parts, fill, storeIn<Lane>(target), scalar);
+        runBlocks<Lane>(body, begin, end, target.parts, fill, StoreIn<Lane>(target), scalar);
         return true;
     }
     auto const tellAndStore = [&](std::size_t at, std::size_t n, Lane const* lanes) {
@@ -122,7 +171,7 @@ bool assignInLanes(NumberBody& body, Words const& target, Words const& from, Sto
             }
         });
     };
-    runBlocks<Lane>(body, begin, end, target.parts, fill, tellAndStore, scalar);
+    runBlocks<Lane>(body, begin, end, target.parts, fill, PutBy(Lane{}, tellAndStore), scalar);
     return true;
 }
 
@@ -151,7 +200,7 @@ bool addInLanes(NumberBody& body, Words const& target, bool minus, Words const& 
         return static_cast<Lane const*>(lanes);
     };
     bool const isSure = !a.finds() && !b.finds() && sum.isWithin(limits);
-    runBlocks<Lane>(body, 0, end, target.parts, fill, storeIn<Lane>(target), scalar,
+    runBlocks<Lane>(body, 0, end, target.parts, fill, StoreIn<Lane>(target), scalar,
                     isSure ? target.inPlace<Lane>() : nullptr);
     return true;
 }
@@ -181,7 +230,7 @@ bool multiplyInLanes(NumberBody& body, Words const& target, Words const& left, W
             return pipeline.apply(lanes, n, lanes, marks, found);
         };
         bool const isSure = !a.finds() && !b.finds() && !pipeline.finds();
-        runBlocks<Lane>(body, 0, end, target.parts, fill, storeIn<Lane>(target), scalar,
+        runBlocks<Lane>(body, 0, end, target.parts, fill, StoreIn<Lane>(target), scalar,
                         isSure ? target.inPlace<Lane>() : nullptr);
         return true;
     }
@@ -202,7 +251,7 @@ bool multiplyInLanes(NumberBody& body, Words const& target, Words const& left, W
         found |= addLanes(lanes, anyLane<Lane>(), second, n, false, laneLimits, lanes, marks);
         return static_cast<Lane const*>(lanes);
     };
-    runBlocks<Lane>(body, 0, end, target.parts, fill, storeIn<Lane>(target), scalar);
+    runBlocks<Lane>(body, 0, end, target.parts, fill, StoreIn<Lane>(target), scalar);
     return true;
 }
 
@@ -236,7 +285,7 @@ bool divideInLanes(NumberBody& body, Words const& target, Words const& left, Wor
         if (!found || marks) found |= divideLanes(p, q, n, how, lanes, marks);
         return static_cast<Lane const*>(lanes);
     };
-    runBlocks<Lane>(body, 0, end, target.parts, fill, storeIn<Lane>(target), scalar);
+    runBlocks<Lane>(body, 0, end, target.parts, fill, StoreIn<Lane>(target), scalar);
     return true;
 }
 
@@ -324,7 +373,7 @@ bool storeReals(NumberBody& body, double const* values, std::size_t begin, std::
             found |= roundReals(values + at, n, how, round, lanes, marks);
             return static_cast<Lane const*>(lanes);
         };
-        runBlocks<Lane>(body, begin, end, 1, fill, storeIn<Lane>(target), scalar);
+        runBlocks<Lane>(body, begin, end, 1, fill, StoreIn<Lane>(target), scalar);
     };
     if (isNarrow)
         run(Lane32{});

@@ -147,8 +147,7 @@ ORVEX_CLONES bool roundRealsBy(double const* reals, std::size_t n, RealToLane co
     double const power = how.power;
     double const least = how.least;
     double const above = how.above;
-    double const lowest = how.saturates ? least : 0.0;
-    double const highest = how.saturates ? above - 1.0 : 0.0;
+    double const highest = above - 1.0;
     constexpr double left = outside; // to the scalar routine
     double const markBelow = how.saturates ? double{belowLeast} : left;
     double const markAbove = how.saturates ? double{aboveMost} : left;
@@ -158,15 +157,15 @@ ORVEX_CLONES bool roundRealsBy(double const* reals, std::size_t n, RealToLane co
         double const x = reals[i];
         double const y = x * power;
         double const r = rounded<round>(y);
-        bool const inside = (r >= least) & (r < above); // not so of NaN
         bool const vanishes = (y < 1.0) & (y > -almostNothing) & (x != 0.0);
         if constexpr (marking) {
-            bool const below = r < least;
-            bool const beyond = r >= above;
-            out[i] = static_cast<Lane>(inside ? r : below ? lowest : beyond ? highest : 0.0);
-            double const mark = inside ? 0.0 : below ? markBelow : beyond ? markAbove : left;
-            found[i] = static_cast<Lane32>(vanishes ? left : mark);
+            double const atMost = r < above ? r : highest; // of NaN too
+            out[i] = static_cast<Lane>(atMost < least ? least : atMost);
+            double mark = r < least ? markBelow : 0.0;
+            mark = r >= above ? markAbove : mark;
+            found[i] = static_cast<Lane32>(vanishes | (r != r) ? left : mark);
         } else {
+            bool const inside = (r >= least) & (r < above); // not so of NaN
             out[i] = static_cast<Lane>(inside ? r : 0.0);
             any |= (!inside | vanishes) ? 1u : 0u;
         }
