@@ -219,7 +219,7 @@ bool multiplyInLanes(NumberBody& body, Words const& target, Words const& left, W
     bool const isDirect = productType == target.type && (left.parts == 1 || right.parts == 1);
     if (full.wordLength > bitsOfLane<Lane128>) return false;
     if (!(full == productType) && !pipeline.convert(full, productType, round)) return false;
-    if (!isDirect && !pipeline.confine(rangeOfContainer(productType))) return false;
+    if (!isDirect) pipeline.confine(rangeOfContainer(productType));
     if (!pipeline.bring(productType, target.type, round) || !a.prepare() || !b.prepare()) return false;
     if (left.parts == 1 || right.parts == 1) {
         auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& found) {
@@ -237,8 +237,7 @@ bool multiplyInLanes(NumberBody& body, Words const& target, Words const& left, W
     // Four products, each converted by itself, and two sums.
     Range const product = pipeline.range();
     Range const limits = rangeOfType(target.type);
-    if (!fits<Lane>(product.plus(product)) || !fits<Lane>(product.minus(product)) || !fits<Lane>(limits))
-        return false;
+    if (!fits<Lane>(product.plus(product)) || !fits<Lane>(limits)) return false; // a difference is not larger
     auto const laneLimits = limitsOf<Lane>(limits);
     auto const fill = [&](std::size_t at, std::size_t n, Lane* lanes, Marks* marks, bool& found) {
         Lane other[blockSize], second[blockSize];
@@ -330,7 +329,7 @@ double normalPower(long long exponent)
 }
 
 /// What runs over the elements of `body` and takes those of two others in step with it; scalars stand at
-/// their cursors.
+/// their cursors. `left` is the body itself, or the body is new and complex if `left` is.
 template <class Run>
 bool withOperands(NumberBody& body, NumberBody const& left, NumberBody const& right, Run run)
 {
@@ -339,9 +338,9 @@ bool withOperands(NumberBody& body, NumberBody const& left, NumberBody const& ri
     Words const a(left, left.index());
     Words const b(right, right.index());
     if (!target.agree() || !a.agree() || !b.agree()) return false;
-    if (a.parts > target.parts || b.parts > target.parts) return false;
+    if (b.parts > target.parts) return false;
     std::size_t const parts = body.numberOfElements() * target.parts;
-    return target.mayStream(a, parts) && target.mayStream(b, parts) && run(target, a, b, parts);
+    return target.mayStream(b, parts) && run(target, a, b, parts);
 }
 
 } // namespace
@@ -349,7 +348,6 @@ bool withOperands(NumberBody& body, NumberBody const& left, NumberBody const& ri
 bool storeReals(NumberBody& body, double const* values, std::size_t begin, std::size_t end,
                 ScalarRoutine const& scalar)
 {
-    if (end - begin < fewestParts) return false;
     Words const target(body);
     fxpDataTypeProp const& type = target.type;
     double const power = normalPower(-static_cast<long long>(type.fixedExponent));
@@ -436,7 +434,7 @@ bool divideElements(NumberBody& body, NumberBody const& left, NumberBody const& 
                     ScalarRoutine const& scalar)
 {
     return withOperands(body, left, right, [&](auto& target, auto& a, auto& b, std::size_t parts) {
-        if (a.parts != target.parts || b.parts != 1) return false;
+        if (b.parts != 1) return false;
         auto const round = multiword::resolveDivisionRounding(body.client(), body.roundMode());
         return inNarrowestLanes([&](auto lane) {
             return divideInLanes<decltype(lane)>(body, target, a, b, round, parts, scalar);

@@ -22,7 +22,7 @@ constexpr Container containerOf()
 }
 
 constexpr bool isWord(Container c) { return c <= Container::u64; }
-constexpr bool isSignedWord(Container c) { return isWord(c) && static_cast<int>(c) % 2 == 0; }
+constexpr bool isSignedWord(Container c) { return static_cast<int>(c) % 2 == 0; } ///< of a word
 constexpr int bitsOfWord(Container c) { return 8 << (static_cast<int>(c) / 2); }
 
 /// Calls f with a value of the word's type. Inlined, since scalar operations read each operand through it.

@@ -30,8 +30,7 @@ public:
     bool convert(fxpDataTypeProp const& from, fxpDataTypeProp const& to, fxpModeRounding_tag round)
     {
         long long const shift = static_cast<long long>(to.fixedExponent) - from.fixedExponent;
-        if (!fits<Lane>(range_) || shift < 2 - bitsOfLane<Lane> || shift >= bitsOfLane<Lane> - 1)
-            return false;
+        if (shift < 2 - bitsOfLane<Lane> || shift >= bitsOfLane<Lane> - 1) return false;
         // From here on every positive value would underflow.
         if (shift > 0 && shift >= from.getWordLengthNonSign()) return false;
         Range const target = rangeOfType(to);
@@ -47,17 +46,18 @@ public:
             range_ = {inside.least * scale, inside.most * scale};
         }
         finds_ |= !checked.isWithin(limits);
-        return append({Step::shift, {static_cast<int>(shift), round, limitsOf<Lane>(limits)}, 0, false},
-                      shift != 0 || !checked.isWithin(limits));
+        if (shift != 0 || !checked.isWithin(limits))
+            append({Step::shift, {static_cast<int>(shift), round, limitsOf<Lane>(limits)}, 0, false});
+        return fits<Lane>(range_);
     }
 
     /// Through a place that holds no more than this.
-    bool confine(Range limits)
+    void confine(Range limits)
     {
         bool const mayLeave = !range_.isWithin(limits);
         finds_ |= mayLeave;
         range_ = range_.within(limits);
-        return append({Step::shift, {0, fxpModeRoundingFloor, limitsOf<Lane>(limits)}, 0, false}, mayLeave);
+        if (mayLeave) append({Step::shift, {0, fxpModeRoundingFloor, limitsOf<Lane>(limits)}, 0, false});
     }
 
     /// `convert`, unless the types are equal: then the words stay as they stand.
@@ -101,36 +101,32 @@ private:
         bool minus;
     };
 
-    bool append(Step const& step, bool isNeeded = true)
-    {
-        if (isNeeded) steps_[count_++] = step;
-        return fits<Lane>(range_);
-    }
+    void append(Step const& step) { steps_[count_++] = step; }
 
     bool multiply(Lane128 factor)
     {
         range_ = range_.times({factor, factor});
-        return fits<Lane>({factor, factor}) && append({Step::scale, {}, static_cast<Lane>(factor), false});
+        append({Step::scale, {}, static_cast<Lane>(factor), false});
+        return fits<Lane>(range_); // and so the factor, since a range has 0 and another value
     }
 
     bool add(Lane128 term, bool minus, fxpDataTypeProp const& type)
     {
         Range const limits = rangeOfType(type);
         Range const sum = minus ? range_.minus({term, term}) : range_.plus({term, term});
-        range_ = sum.within(limits);
+        range_ = sum.withZero().within(limits);
         finds_ |= !sum.isWithin(limits);
-        return fits<Lane>(sum) && fits<Lane>({term, term}) &&
-               append({Step::offset,
-                       {0, fxpModeRoundingFloor, limitsOf<Lane>(limits)},
-                       static_cast<Lane>(term),
-                       minus});
+        append({Step::offset,
+                {0, fxpModeRoundingFloor, limitsOf<Lane>(limits)},
+                static_cast<Lane>(term),
+                minus});
+        return fits<Lane>(sum); // and so the term
     }
 
     /// A net value as a number, if a lane could hold it.
     static std::optional<Lane128> valueOf(NetValue const& value)
     {
-        int const count = multiword::numChunksOfType(value.type());
-        if (count > 2) return {};
+        int const count = multiword::numChunksOfType(value.type()); // no more than of the types of the stage
         multiword::Chunk const* const chunks = value.chunks();
         TwoChunks both;
         both.low = chunks[0];
@@ -148,7 +144,7 @@ private:
             auto const factor = valueOf(*stage.slope());
             if (!factor || !multiply(*factor)) return false;
             type = multiword::productType(stage.slope()->type(), type);
-            if (!confine(rangeOfBits(64 * multiword::numChunksOfType(type), type.isSigned()))) return false;
+            confine(rangeOfBits(64 * multiword::numChunksOfType(type), type.isSigned()));
         }
         if (!(stage.slope() && type == stage.to()) && !convert(type, stage.to(), stage.round())) return false;
         if (!stage.bias()) return true;
@@ -188,8 +184,7 @@ public:
     {
         if (!words_.isScalar) return true;
         bool found = false;
-        Lane const* const lanes = fetch(0, blockSize, constant_, nullptr, found);
-        if (lanes != constant_) std::copy_n(lanes, blockSize, constant_);
+        fetch(0, blockSize, constant_, nullptr, found);
         return !found;
     }
 

@@ -29,14 +29,14 @@ struct Range {
 
     Range plus(Range other) const
     {
-        Range sum{0, 0, isHeld && other.isHeld};
+        Range sum{0, 0, static_cast<bool>(isHeld & other.isHeld)};
         sum.isHeld &= !__builtin_add_overflow(least, other.least, &sum.least);
         sum.isHeld &= !__builtin_add_overflow(most, other.most, &sum.most);
         return sum;
     }
     Range minus(Range other) const
     {
-        Range difference{0, 0, isHeld && other.isHeld};
+        Range difference{0, 0, static_cast<bool>(isHeld & other.isHeld)};
         difference.isHeld &= !__builtin_sub_overflow(least, other.most, &difference.least);
         difference.isHeld &= !__builtin_sub_overflow(most, other.least, &difference.most);
         return difference;
@@ -49,7 +49,8 @@ struct Range {
         over |= __builtin_mul_overflow(most, other.least, &corners[2]);
         over |= __builtin_mul_overflow(most, other.most, &corners[3]);
         return {std::min({corners[0], corners[1], corners[2], corners[3]}),
-                std::max({corners[0], corners[1], corners[2], corners[3]}), isHeld && other.isHeld && !over};
+                std::max({corners[0], corners[1], corners[2], corners[3]}),
+                static_cast<bool>(isHeld & other.isHeld & !over)};
     }
     Range shiftedUp(long long bits) const
     {
@@ -58,8 +59,10 @@ struct Range {
     }
     Range within(Range other) const
     {
-        return {std::max(least, other.least), std::min(most, other.most), isHeld && other.isHeld};
+        return {std::max(least, other.least), std::min(most, other.most),
+                static_cast<bool>(isHeld & other.isHeld)};
     }
+    Range withZero() const { return {std::min<Lane128>(least, 0), std::max<Lane128>(most, 0), isHeld}; }
     bool isWithin(Range other) const { return isHeld && least >= other.least && most <= other.most; }
 };
 

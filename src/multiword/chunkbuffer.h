@@ -26,12 +26,10 @@ public:
         if (data_ != inline_) delete[] data_;
     }
 
-    /// Drops the contents and holds `count` unset chunks.
+    /// Gives a buffer made without a count room for `count` unset chunks.
     void reset(int count)
     {
-        Chunk* const fresh = std::size_t(count) <= inlineChunks ? inline_ : new Chunk[std::size_t(count)];
-        if (data_ != inline_) delete[] data_;
-        data_ = fresh;
+        if (std::size_t(count) > inlineChunks) data_ = new Chunk[std::size_t(count)];
     }
 
     BasicChunkBuffer(BasicChunkBuffer const&) = delete;

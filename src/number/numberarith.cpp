@@ -121,7 +121,7 @@ fxpDataTypeProp const& refreshed(FullPrecision& output, fxpDataTypeProp const& l
                                  fxpDataTypeProp const& right,
                                  fxpDataTypeProp (*rule)(fxpDataTypeProp const&, fxpDataTypeProp const&))
 {
-    if (!output.isUsers && !(output.type && output.operand && *output.operand == right)) {
+    if (!output.isUsers && !(output.type && *output.operand == right)) {
         output.operand = right;
         output.type = rule(left, right);
     }
