@@ -117,9 +117,10 @@ Number Number::zeroLike(fxpDataTypeProp const& type, fxpModeRounding_tag round, 
 
 Number Number::newScalar(fxpDataTypeProp const& type, bool isComplex, unsigned long long nDims) const
 {
-    unsigned long long const one[2] = {1, 1};
-    return Number(createAllZeroNumberBodyWithSpecifiedType(
-        1, nDims, one, type, getFxpClient(), getRoundMode(), getOverflowMode(), isComplex, true));
+    auto scalar = number_body::createOverwrittenBody(
+        {type, getFxpClient(), 1, getRoundMode(), getOverflowMode()}, isComplex);
+    if (scalar && nDims != scalar->nDims()) scalar->setNDims(nDims); // all of them 1
+    return Number(std::move(scalar));
 }
 
 unsigned long long Number::getNumberOfElements() const { return body().numberOfElements(); }

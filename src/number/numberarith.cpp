@@ -162,19 +162,19 @@ Number Number::computedIn(fxpDataTypeProp const& type, bool isComplex, Compute c
 
 Number Number::operator+(Number const& other) const
 {
-    return computedIn(getDataTypeForNonAssignmentOpPlus(other), isComplex() || other.isComplex(),
-                      [&](Number& sum) {
-                          sum = *this;
-                          sum += other;
+    return computedIn(getDataTypeForNonAssignmentOpPlus(other),
+                      body().isComplex() || other.body().isComplex(), [&](Number& sum) {
+                          sum.body().assignNumber(&body());
+                          sum.body().plusEquals(&other.body());
                       });
 }
 
 Number Number::operator-(Number const& other) const
 {
-    return computedIn(getDataTypeForNonAssignmentOpPlus(other), isComplex() || other.isComplex(),
-                      [&](Number& sum) {
-                          sum = *this;
-                          sum -= other;
+    return computedIn(getDataTypeForNonAssignmentOpPlus(other),
+                      body().isComplex() || other.body().isComplex(), [&](Number& sum) {
+                          sum.body().assignNumber(&body());
+                          sum.body().minusEquals(&other.body());
                       });
 }
 

@@ -65,7 +65,7 @@ decltype(auto) withChunks(Operand const& operand, F&& f)
 }
 
 /// The part at the cursor of any body; of a double its integer.
-inline Operand operandAtCursor(NumberBody const& body, Part part)
+[[gnu::always_inline]] inline Operand operandAtCursor(NumberBody const& body, Part part)
 {
     using array_engine::Container;
     if (body.container() != Container::single && body.container() != Container::doubles)
