@@ -58,7 +58,7 @@ Chunks chunksOf(Integer const& stored, fxpDataTypeProp const& type)
 template <class TextOfPart>
 std::string joinParts(Number const& number, TextOfPart textOf)
 {
-    std::string const real = textOf(std::size_t{0});
+    std::string real = textOf(std::size_t{0});
     if (!number.isComplex()) return real;
     std::string const imaginary = textOf(std::size_t{1});
     bool const isNegative = imaginary.front() == '-';

@@ -163,11 +163,11 @@ ORVEX_CLONES bool roundRealsBy(double const* reals, std::size_t n, RealToLane co
             out[i] = static_cast<Lane>(atMost < least ? least : atMost);
             double mark = r < least ? markBelow : 0.0;
             mark = r >= above ? markAbove : mark;
-            found[i] = static_cast<Lane32>(vanishes | (r != r) ? left : mark);
+            found[i] = static_cast<Lane32>((vanishes | (r != r)) ? left : mark);
         } else {
             bool const inside = (r >= least) & (r < above); // not so of NaN
             out[i] = static_cast<Lane>(inside ? r : 0.0);
-            any |= (!inside | vanishes) ? 1u : 0u;
+            any |= static_cast<unsigned>(!inside | vanishes);
         }
     }
     if constexpr (marking)

@@ -43,7 +43,10 @@ std::string EventCounts::table() const
     std::string text;
     for (std::size_t i = 0; i < of.size(); ++i) {
         std::string const name = eventName(static_cast<EventKind>(i), true), count = std::to_string(of[i]);
-        text += name + std::string(longestName - name.size() + 2 + digits - count.size(), ' ') + count + '\n';
+        text += name;
+        text.append(longestName - name.size() + 2 + digits - count.size(), ' ');
+        text += count;
+        text += '\n';
     }
     return text;
 }
