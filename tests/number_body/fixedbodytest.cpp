@@ -16,15 +16,15 @@ void checkFixedElement(Value const& a, Value const& b, Value const& c, Modes mod
                                     << modes);
     auto const check = [&](char const* name, auto run, auto model) {
         Model wanted(a, modes);
-        if (model(wanted))
-            checkOperation(name, a, wanted, [&](N& it) { run(it, isSelf ? &it : heldB.body()); });
+        model(wanted);
+        checkOperation(name, a, wanted, [&](N& it) { run(it, isSelf ? &it : heldB.body()); });
     };
     auto const binary = [&](char const* name, void (N::*run)(NumberBody const*), auto model) {
-        check(name, std::mem_fn(run), [&](Model& e) { return model(e), true; });
+        check(name, std::mem_fn(run), model);
     };
     auto const unary = [&](char const* name, auto run, auto model) {
         check(
-            name, [&](N& it, auto) { run(it); }, [&](Model& e) { return model(e), true; });
+            name, [&](N& it, auto) { run(it); }, model);
     };
     auto const counted = [&](auto count, auto run, auto model) {
         SCOPED_TRACE(testing::Message() << "by " << count);
@@ -51,7 +51,7 @@ void checkFixedElement(Value const& a, Value const& b, Value const& c, Modes mod
             [&](N& it, auto other) {
                 isQuotient ? it.isQuotientOf(other, heldC.body()) : it.isProductOf(other, heldC.body());
             },
-            [&](Model& e) { return e.combine(b, c, isQuotient); });
+            [&](Model& e) { e.combine(b, c, isQuotient); });
     binary("assignImagOf", &N::assignImagOf, [&](Model& e) {
         if (!e.isComplex()) e.now[0] = inContainer(e.bitsOf(b, 1), a.type);
     });

@@ -137,13 +137,38 @@ void checkOperation(char const* name, Value const& before, Steps const& wanted, 
     }
 }
 
-/// The same word without scaling.
-inline fxpDataTypeProp stripped(fxpDataTypeProp type)
+/// The type of a full-precision product, and of a full-precision sum.
+inline fxpDataTypeProp productRule(fxpDataTypeProp const& a, fxpDataTypeProp const& b)
 {
-    type.fixedExponent = 0;
+    return fixedType(a.isSigned() || b.isSigned(), a.wordLength + b.wordLength,
+                     a.fixedExponent + b.fixedExponent);
+}
+inline fxpDataTypeProp sumRule(fxpDataTypeProp const& a, fxpDataTypeProp const& b)
+{
+    int const f = -std::min(a.fixedExponent, b.fixedExponent);
+    return {a.isSigned() || b.isSigned(),
+            std::max(a.wordLength + a.fixedExponent, b.wordLength + b.fixedExponent) + f + 1, f};
+}
+
+/// The same word without scaling but for a power of two.
+inline fxpDataTypeProp stripped(fxpDataTypeProp type, int exponent = 0)
+{
+    type.fixedExponent = exponent;
     type.slopeAdjustmentFactor = 1.0;
     type.bias = 0.0;
     return type;
+}
+
+/// The integer that a container holds after its bits were changed.
+inline Int inContainer(std::vector<Chunk> const& pattern, fxpDataTypeProp const& type)
+{
+    Storage storage(type, 1);
+    storage.put(0, pattern);
+    return storage.integer(0, type.isSigned());
+}
+inline Int inContainer(Int const& value, fxpDataTypeProp const& type)
+{
+    return inContainer(patternOf(value, type), type);
 }
 
 /// The real part as its getter for real-world values has it.

@@ -6,22 +6,9 @@
 #include "support/bodies.h"
 
 #include <functional>
-#include <optional>
 
 namespace orvextest
 {
-
-/// The integer that a container holds after its bits were changed.
-inline Int inContainer(std::vector<Chunk> const& pattern, fxpDataTypeProp const& type)
-{
-    Storage storage(type, 1);
-    storage.put(0, pattern);
-    return storage.integer(0, type.isSigned());
-}
-inline Int inContainer(Int const& value, fxpDataTypeProp const& type)
-{
-    return inContainer(patternOf(value, type), type);
-}
 
 /// A double truncated to 64 bits. What does not fit is the least integer, beyond 2^63 of the unsigned form
 /// the same plus the top bit.
@@ -36,19 +23,6 @@ inline Int truncated(double value, bool isSigned)
 
 /// A bit counted from 0, the sign above the word.
 inline bool bitAt(Int const& value, int bit) { return modulo(floorOf(scaled(value, -bit)), 2) != 0; }
-
-/// The type of a full-precision product, and of a full-precision sum.
-inline fxpDataTypeProp productRule(fxpDataTypeProp const& a, fxpDataTypeProp const& b)
-{
-    return fixedType(a.isSigned() || b.isSigned(), a.wordLength + b.wordLength,
-                     a.fixedExponent + b.fixedExponent);
-}
-inline fxpDataTypeProp sumRule(fxpDataTypeProp const& a, fxpDataTypeProp const& b)
-{
-    int const f = -std::min(a.fixedExponent, b.fixedExponent);
-    return {a.isSigned() || b.isSigned(),
-            std::max(a.wordLength + a.fixedExponent, b.wordLength + b.fixedExponent) + f + 1, f};
-}
 
 /// A fixed element at work. Slope and bias play a part only where the other operand is not fixed; conversions
 /// between different scalings are not modelled.
@@ -105,19 +79,11 @@ struct Model : Steps {
     {
         return converted({productRule(aType, bType), {a * b}}, 0);
     }
-    /// Nothing where a wrapping quotient does not fit: what that leaves is another test's matter.
-    std::optional<Outcome> quotient(Int const& a, fxpDataTypeProp const& aType, Int const& b,
-                                    fxpDataTypeProp const& bType) const
+    Outcome quotient(Int const& a, fxpDataTypeProp const& aType, Int const& b,
+                     fxpDataTypeProp const& bType) const
     {
-        Int const least = minStored(type), most = maxStored(type);
-        if (b == 0) return Outcome{a < 0 ? least : most, {Event::divisionByZero}};
-        Rational const exact = Rational(b < 0 ? Int(-a) : a, abs(b)) *
-                               scaled(1, aType.fixedExponent - bType.fixedExponent - type.fixedExponent);
-        if (exact == 0) return Outcome{0, {}};
-        if (modes.sat == 0 && (abs(exact) >= most || (exact < 0 && !type.isSigned()))) return {};
-        if (exact < 0 && !type.isSigned()) return Outcome{0, {Event::saturationToMax}};
-        if (exact < least) return Outcome{least, {Event::saturationToMin}};
-        return store(exact, type, modes.round, modes.sat, fxpModeRoundingZero);
+        Outcome const outcome = divide(a, aType, b, bType, type, modes.round, modes.sat);
+        return {inContainer(outcome.stored, type), outcome.events};
     }
 
     void assign(Value const& other)
@@ -136,18 +102,15 @@ struct Model : Steps {
             add(part, sign, other, part);
     }
     /// With the part unset that neither operation computes.
-    bool combine(Value const& a, Value const& b, bool isQuotient)
+    void combine(Value const& a, Value const& b, bool isQuotient)
     {
         Element result(now.size());
         for (std::size_t part = 0; a.isFixed() && b.isFixed() && part < result.size(); ++part) {
             if (part == 1 && (!a.isComplex() || (b.isComplex() && !isQuotient))) continue;
-            auto const outcome = isQuotient ? quotient(a.parts[part], a.type, b.parts[0], b.type)
-                                            : product(a.parts[part], a.type, b.parts[0], b.type);
-            if (!outcome) return false;
-            result[part] = formed(*outcome);
+            result[part] = formed(isQuotient ? quotient(a.parts[part], a.type, b.parts[0], b.type)
+                                             : product(a.parts[part], a.type, b.parts[0], b.type));
         }
         now = result;
-        return true;
     }
     /// A complex element does this as signed word by signed word alone.
     void times(Value const& other)

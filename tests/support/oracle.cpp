@@ -1,5 +1,6 @@
 #include "support/oracle.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 
@@ -147,6 +148,48 @@ Outcome convert(Int const& source, fxpDataTypeProp const& sourceType, fxpDataTyp
     if (source > 0 && dropped > 0 && dropped >= sourceType.getWordLengthNonSign())
         outcome.events.insert(outcome.events.begin(), Event::underflow);
     return outcome;
+}
+
+Outcome divide(Int const& a, fxpDataTypeProp const& aType, Int const& b, fxpDataTypeProp const& bType,
+               fxpDataTypeProp const& to, int round, int sat, fxpModeRounding_tag cheapest)
+{
+    Int const low = minStored(to), high = maxStored(to);
+    if (b == 0) return {a < 0 ? low : high, {Event::divisionByZero}};
+    long long const exponent =
+        aType.fixedExponent - bType.fixedExponent - static_cast<long long>(to.fixedExponent);
+    // Beyond this it makes no difference.
+    Rational const exact =
+        Rational(b < 0 ? Int(-a) : a, abs(b)) * scaled(1, std::clamp(exponent, -5000LL, 5000LL));
+    bool const isLow = exact < 0;
+    Event const overflow = sat == 0 ? Event::wrap : isLow ? Event::saturationToMin : Event::saturationToMax;
+    Outcome q{0, {}};
+    if (isLow && !to.isSigned()) {
+        q.events = {sat ? Event::saturationToMax : Event::wrap};
+        if (sat) return q;
+    }
+    Int const magnitude = floorOf(abs(exact));
+    unsigned const bits = static_cast<unsigned>(to.getWordLengthNonSign());
+    Int above = magnitude >> bits;
+    bool const endsInSign = isLow && to.isSigned() && above % 2 != 0 && exact == -(above << bits);
+    if (endsInSign) above -= 1;
+    if (above != 0 && sat) return {isLow ? low : high, {overflow}};
+    for (; above != 0; above &= above - 1) q.events.push_back(Event::wrap);
+    if (endsInSign) return {low, q.events};
+    q.stored = wrapTo(magnitude, to);
+    if (isLow) q.stored = valueOf(chunksOf(-q.stored, to).data(), to);
+
+    Int const step = roundTo(exact, round, cheapest) - (isLow ? Int(-magnitude) : magnitude),
+              next = q.stored + step;
+    if (step == 0) return q;
+    bool const isAtLimit = q.stored == (isLow ? low : high);
+    if (isAtLimit) q.events.push_back(overflow);
+    if (isAtLimit && sat) return q;
+    Int const below = Int(1) << static_cast<unsigned>(64 * (chunkCount(to) - 1)), wrapped = wrapTo(next, to);
+    bool const isFixed = !to.isSigned()
+                             ? isAtLimit
+                             : (isLow ? q.stored : next) % below == 0 && (wrapped < 0) != (q.stored < 0);
+    q.stored = isFixed ? wrapped : next;
+    return q;
 }
 
 Outcome quantizeRadix(double value, fxpDataTypeProp const& type, int round, int sat)

@@ -65,6 +65,12 @@ Outcome store(Rational const& units, fxpDataTypeProp const& type, int round, int
 Outcome convert(Int const& source, fxpDataTypeProp const& sourceType, fxpDataTypeProp const& type, int round,
                 int sat);
 
+/// The prescribed quotient as the whole container holds it: every bit above the word's magnitude tells a
+/// wrap, and a sign extension is put right only where a rounding step's carry meets the top chunk.
+Outcome divide(Int const& a, fxpDataTypeProp const& aType, Int const& b, fxpDataTypeProp const& bType,
+               fxpDataTypeProp const& to, int round, int sat,
+               fxpModeRounding_tag cheapest = fxpModeRoundingZero);
+
 /// From a double taken as a multiple of 2^fixedExponent.
 Outcome quantizeRadix(double value, fxpDataTypeProp const& type, int round, int sat);
 

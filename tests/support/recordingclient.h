@@ -30,6 +30,17 @@ public:
         fxpDataTypeProp type{};
         double wanted = 0.0;
         std::string identifier{};
+        bool operator==(Record const& other) const
+        {
+            return event == other.event && chunks == other.chunks && type == other.type &&
+                   sameDouble(wanted, other.wanted) && identifier == other.identifier;
+        }
+        friend std::ostream& operator<<(std::ostream& out, Record const& record)
+        {
+            out << record.event << ' ' << record.wanted << std::hex;
+            for (Chunk const chunk : record.chunks) out << ' ' << chunk;
+            return out << std::dec << ' ' << record.identifier;
+        }
     };
 
     /// What leaves the hook that throws.
