@@ -17,7 +17,7 @@ void checkFixedElement(Value const& a, Value const& b, Value const& c, Modes mod
     auto const check = [&](char const* name, auto run, auto model) {
         Model wanted(a, modes);
         model(wanted);
-        checkOperation(name, a, wanted, [&](N& it) { run(it, isSelf ? &it : heldB.body()); });
+        wanted.check(name, a, [&](N& it) { run(it, isSelf ? &it : heldB.body()); });
     };
     auto const binary = [&](char const* name, void (N::*run)(NumberBody const*), auto model) {
         check(name, std::mem_fn(run), model);

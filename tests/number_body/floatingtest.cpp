@@ -24,27 +24,15 @@ Value raw(Type const& type, double value)
 
 /// What an operation leaves and tells, broken off at each event too. Unlike words, a double has been stored
 /// by then, unless `isStoredLast`.
-void expectAfter(Value const& before, double after, Events const& events, std::function<void(N&)> const& run,
+template <class Run>
+void expectAfter(Value const& before, double after, Events const& events, Run const& run,
                  bool isStoredLast = false, std::string const& text = "")
 {
-    for (std::size_t throwAt = 0; throwAt <= events.size(); ++throwAt) {
-        Held held(before, {fxpModeRoundingCeiling, 1}); // which play no part
-        held.client.throwAt = throwAt;
-        bool thrown = false;
-        std::string const printed = printedBy([&] {
-            try {
-                run(*held);
-            } catch (RecordingClient::Thrown const&) {
-                thrown = true;
-            }
-        });
-        Events told = events;
-        told.resize(std::min(throwAt + 1, events.size()));
-        ASSERT_TRUE(thrown == (throwAt < events.size()) && held.client.events() == told &&
-                    held.isAloneTouched() && printed == text)
-            << before << testing::PrintToString(held.client.events()) << printed;
-        ASSERT_EQ(held.value(), raw(before.type, thrown && isStoredLast ? before.raw : after)) << before;
-    }
+    Value const last = raw(before.type, after);
+    std::vector<Value> states(events.size(), isStoredLast ? before : last);
+    states.push_back(last);
+    checkOperation("", before, {fxpModeRoundingCeiling, 1}, events, states, text,
+                   run); // modes that play no part
 }
 
 TEST(FloatingBodies, DoNothingBeyondWhatTheyCan)

@@ -25,10 +25,8 @@ struct Value {
     bool isFixed() const { return type.mode == fxpModeDataTypeFixed; }
     bool isComplex() const { return parts.size() == 2; }
     bool isMultiWord() const { return isFixed() && type.wordLength > 64; }
-    bool operator==(Value const& other) const
-    {
-        return type == other.type && parts == other.parts && sameDouble(raw, other.raw);
-    }
+    /// Of the same type.
+    bool operator==(Value const& other) const { return parts == other.parts && sameDouble(raw, other.raw); }
     friend std::ostream& operator<<(std::ostream& out, Value const& value)
     {
         out << value.type;
@@ -97,43 +95,34 @@ private:
     std::unique_ptr<NumberBody> body_;
 };
 
-/// What an operation leaves in a fixed element and tells, and what is seen in the element at each event.
-struct Steps {
-    Modes modes;
-    Element now;
-    Events events{};
-    Elements seen{};
-    std::string text{};
-};
-
-/// Runs an operation to its end, and with hooks that throw at each event.
+/// Runs an operation to its end, and with hooks that throw at each event. `states` are what is seen at each
+/// event, and what is left.
 template <class Run>
-void checkOperation(char const* name, Value const& before, Steps const& wanted, Run const& run)
+void checkOperation(std::string const& name, Value const& before, Modes modes, Events const& events,
+                    std::vector<Value> const& states, std::string const& text, Run const& run)
 {
-    for (std::size_t throwAt = 0; throwAt <= wanted.events.size(); ++throwAt) {
-        Held held(before, wanted.modes);
-        Elements seen;
+    for (std::size_t throwAt = 0; throwAt <= events.size(); ++throwAt) {
+        Held held(before, modes);
+        std::vector<Value> seen, wanted(states.begin(), states.begin() + static_cast<long>(throwAt) + 1);
         held.client.throwAt = throwAt;
-        held.client.onEvent = [&](Event) { seen.push_back(held.value().parts); };
-        std::string const text = printedBy([&] {
+        held.client.onEvent = [&](Event) { seen.push_back(held.value()); };
+        bool const isLast = throwAt == events.size();
+        std::string const printed = printedBy([&] {
             try {
                 run(*held);
             } catch (RecordingClient::Thrown const&) {
             }
         });
-        std::size_t const told = std::min(throwAt + 1, wanted.events.size());
-        Elements wantedSeen(wanted.seen.begin(), wanted.seen.begin() + static_cast<long>(told));
-        bool const isLast = throwAt == wanted.events.size();
-        wantedSeen.push_back(isLast ? wanted.now : wanted.seen[throwAt]);
-        Events heard = wanted.events;
-        heard.resize(told);
-        seen.push_back(held.value().parts);
-        ASSERT_TRUE(seen == wantedSeen && held.client.events() == heard && held.isAloneTouched() &&
-                    (!isLast || text == wanted.text))
-            << name << ", throwing at event " << throwAt << ": " << testing::PrintToString(seen)
-            << " instead of " << testing::PrintToString(wantedSeen) << ", "
+        Events heard = events;
+        heard.resize(std::min(throwAt + 1, events.size()));
+        if (!isLast) wanted.push_back(states[throwAt]);
+        seen.push_back(held.value());
+        ASSERT_TRUE(seen == wanted && held.client.events() == heard && held.isAloneTouched() &&
+                    (!isLast || printed == text))
+            << name << " on " << before << modes << ", throwing at event " << throwAt << ": "
+            << testing::PrintToString(seen) << " instead of " << testing::PrintToString(wanted) << ", "
             << testing::PrintToString(held.client.events()) << " instead of " << testing::PrintToString(heard)
-            << ", text '" << text << "'";
+            << ", text '" << printed << "'";
     }
 }
 

@@ -26,13 +26,28 @@ inline bool bitAt(Int const& value, int bit) { return modulo(floorOf(scaled(valu
 
 /// A fixed element at work. Slope and bias play a part only where the other operand is not fixed; conversions
 /// between different scalings are not modelled.
-struct Model : Steps {
+struct Model {
     fxpDataTypeProp type;
+    Modes modes;
+    Element now;
+    Events events{};
+    Elements seen{}; ///< in the element at each event
+    std::string text{};
 
-    Model(Value const& value, Modes with) : Steps{with, value.parts}, type(value.type) {}
+    Model(Value const& value, Modes with) : type(value.type), modes(with), now(value.parts) {}
     bool isComplex() const { return now.size() == 2; }
     bool isMultiWord() const { return type.wordLength > 64; }
     Value value() const { return {type, now}; }
+
+    /// Compares what `run` does to a body of the value that this began with.
+    template <class Run>
+    void check(std::string const& name, Value const& before, Run const& run) const
+    {
+        std::vector<Value> states;
+        for (Element const& element : seen) states.push_back({type, element});
+        states.push_back(value());
+        checkOperation(name, before, modes, events, states, text, run);
+    }
 
     void tell(Events const& list)
     {
