@@ -84,15 +84,29 @@ struct Model {
         if (from.type == type) return {from.parts[part], {}};
         return convert(from.parts[part], from.type, type, modes.round, modes.sat);
     }
+    /// Also of operands with bits above the word: without a sign it shows in the top chunk alone, after that
+    /// was cut.
+    Outcome sum(Int const& a, int sign, Int const& b) const
+    {
+        Int const low = Int(1) << static_cast<unsigned>(64 * (chunkCount(type) - 1)),
+                  rest = a % low + sign * (b % low), stored = wrapTo(a + sign * b, type),
+                  risen = stored / low - a / low;
+        bool const isLow = type.isSigned() ? a < 0 : sign < 0,
+                   overflows = type.isSigned()
+                                   ? (stored < 0) != (a < 0) && (stored < 0) == (sign > 0 ? b >= 0 : b < 0)
+                                   : sign * risen < 0 || (risen == 0 && (rest < 0 || rest >= low));
+        if (!overflows || modes.sat == 0) return {stored, Events(overflows, Event::wrap)};
+        return store(isLow ? minStored(type) - 1 : maxStored(type) + 1, type, 0, 1);
+    }
     void add(std::size_t part, int sign, Value const& other, std::size_t otherPart)
     {
-        Int const term = formed(converted(other, otherPart));
-        put(part, store(Rational(now[part] + sign * term), type, 0, modes.sat));
+        put(part, sum(now[part], sign, formed(converted(other, otherPart))));
     }
     Outcome product(Int const& a, fxpDataTypeProp const& aType, Int const& b,
                     fxpDataTypeProp const& bType) const
     {
-        return converted({productRule(aType, bType), {a * b}}, 0);
+        fxpDataTypeProp const full = productRule(aType, bType);
+        return converted({full, {valueOf(chunksOf(a * b, full).data(), full)}}, 0);
     }
     Outcome quotient(Int const& a, fxpDataTypeProp const& aType, Int const& b,
                      fxpDataTypeProp const& bType) const
@@ -185,11 +199,13 @@ struct Model {
             part = inContainer(pattern, type);
         }
     }
+    /// The sign is that of the container, and takes its extension along.
     void setBit(int bit, bool value)
     {
-        if (isComplex()) return;
-        Int const weight = Int(1) << static_cast<unsigned>(bit - 1);
-        if (bitAt(now[0], bit - 1) != value) now[0] = wrapTo(now[0] + (value ? weight : Int(-weight)), type);
+        Int const weight = Int(1) << static_cast<unsigned>(bit - 1), on = value ? weight : Int(0);
+        bool const isSign = type.isSigned() && bit == type.wordLength;
+        if (isComplex() || (isSign ? now[0] < 0 : bitAt(now[0], bit - 1)) == value) return;
+        now[0] = isSign ? Int(modulo(now[0], weight) - on) : Int(now[0] + 2 * on - weight);
     }
 
     // Shifts, one part after the other. Counts beyond any word are as good as this one.
@@ -209,10 +225,12 @@ struct Model {
         int const bits =
             isMultiWord() && n % 64 == 0 ? static_cast<int>(64 * chunkCount(type)) : type.wordLength;
         for (Int& part : now)
-            if (n > 0) part = inContainer(wrapTo(part, u(bits)) >> std::min(n, far), type);
+            if (n > 0)
+                part = inContainer((part < 0 ? wrapTo(part, u(bits)) : part) >> std::min(n, far), type);
     }
     void shiftLeft(unsigned n)
     {
+        if (n == 0) return;
         for (Int& part : now) {
             Int const wide = part << std::min(n, far);
             part = isMultiWord() && n % 64 == 0 ? inContainer(wide, type) : wrapTo(wide, type);
@@ -222,7 +240,8 @@ struct Model {
     void shiftBySign(int count)
     {
         unsigned const n = count < 0 ? 0U - static_cast<unsigned>(count) : static_cast<unsigned>(count);
-        if (count >= 0) return shiftRight(n);
+        if (count == 0) return;
+        if (count > 0) return shiftRight(n);
         if (modes.sat == 0) return shiftLeft(n);
         for (std::size_t part = 0; part < now.size(); ++part)
             put(part, store(Rational(now[part] << std::min(n, far)), type, 0, 1));
