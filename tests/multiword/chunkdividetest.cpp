@@ -76,53 +76,39 @@ TEST(ChunkDivide, Edges)
     }
 }
 
-/// All operands of 1 to 5 bits into targets of 1 to 5 bits: the shortest ones in all modes.
-TEST(ChunkDivide, ShortOperands)
-{
-    Random random(21);
-    for (int i = 0; i < 2000; ++i) {
-        Type const a = fixedType(i % 2, 1 + i / 2 % 5),
-                   b = fixedType(i / 10 % 2, 1 + i / 20 % 5, random.between(-2, 2)),
-                   to = random.radixType(5, -3 - b.fixedExponent, 3 - b.fixedExponent);
-        for (Int x = minStored(a); x <= maxStored(a); ++x)
-            for (Int y = minStored(b); y <= maxStored(b); ++y)
-                check(to, x, a, y, b, random.between(0, 1),
-                      a.wordLength + b.wordLength <= 3 ? nullptr : &random);
-    }
-}
-
 /// Long words, of runs and of chunks about which an estimated digit is too large.
 TEST(ChunkDivide, LongOperands)
 {
+    constexpr std::array awkward{0ULL,  1ULL,  ~0ULL >> 1, 1ULL << 63, (1ULL << 63) + 1,
+                                 ~1ULL, ~0ULL, 1ULL << 32, ~0ULL << 32};
     Random random(22);
     auto const anyOf = [&](Type const& type) {
         if (random.coin()) return random.pick(interestingStored(type, random, 3));
-        Int bits = 0;
-        for (std::size_t i = 0; i < chunkCount(type); ++i)
-            bits = (bits << 64) + random.pick(std::array{0ULL, 1ULL, ~0ULL >> 1, 1ULL << 63, (1ULL << 63) + 1,
-                                                         ~1ULL, ~0ULL, 1ULL << 32, ~0ULL << 32});
-        return wrapTo(bits >> static_cast<unsigned>(random.between(0, 63)), type);
+        Chunks chunks(chunkCount(type));
+        std::ranges::generate(chunks, [&] { return random.pick(awkward); });
+        return wrapTo(valueOf(chunks.data(), type) >> static_cast<unsigned>(random.between(0, 63)), type);
     };
-    for (int i = 0; i < 6000 && !HasFailure(); ++i) {
-        Type const aType = random.radixType(300, -40, 40), bType = random.radixType(300, -40, 40);
-        Int a = anyOf(aType), b = anyOf(bType);
-        Type to = random.radixType(300, 0, 0);
-        int const whole = aType.fixedExponent - bType.fixedExponent, bits = random.between(0, 130),
+    for (int i = 0; i < 10000 && !HasFailure(); ++i) {
+        int const bits = random.pick(std::array{8, 300}), up = random.between(0, 130);
+        Type const aType = random.radixType(bits, -40, 40), bType = random.radixType(bits, -40, 40);
+        Int a = anyOf(aType);
+        Int const b = anyOf(bType);
+        int const whole = aType.fixedExponent - bType.fixedExponent,
                   far = random.pick(std::array{2, 40, 400, 1 << 29});
-        to.fixedExponent = whole + random.between(-far, far);
+        Type to = random.radixType(bits, whole, whole);
         if (i % 40 == 1) // a quotient of many chunks
-            to = fixedType(to.isSigned(), random.between(1100, 1600), whole - random.between(1000, 1500));
-        else if (i % 3 == 1 && a != 0 && b != 0) // about the limit
-            to = fixedType(
-                to.isSigned(),
-                std::max(1, static_cast<int>(msb(abs(a))) - static_cast<int>(msb(abs(b))) + bits % 3), whole);
-        else if (i % 7 == 0) // just below a multiple by whole chunks: the first digit is too large
+            to = fixedType(i % 80 == 1, random.between(1100, 1600), whole - random.between(1000, 1500));
+        else if (i % 4 == 1 && a != 0 && b != 0) // about the limit
+            to.wordLength =
+                std::max(1, static_cast<int>(msb(abs(a))) - static_cast<int>(msb(abs(b))) + up % 3);
+        else if (i % 4 == 2) // just below a multiple by whole chunks: the first digit is too large
             a = wrapTo((abs(b) << 64) - random.pick(std::array<Int, 3>{1, abs(b) / 2, abs(b)}), aType);
-        else if (i % 3 == 0) // about a multiple, or half of one
-            a = wrapTo(b * random.between(-99, 99) * scaled(1, bits).convert_to<Int>() / 2 +
-                           random.between(-1, 1),
+        else if (i % 4 == 3) { // about a multiple, or half of one
+            a = wrapTo((b * random.between(-99, 99) << static_cast<unsigned>(up)) / 2 + random.between(-1, 1),
                        aType);
-        if (i % 7 == 0 || i % 3 == 0) to.fixedExponent = whole + (i % 7 == 0 ? 0 : bits);
+            to.fixedExponent += up;
+        } else
+            to.fixedExponent += random.between(-far, far);
         for (int const sat : bothOverflows) // a wrap for each bit would not end
             if (sat || to.fixedExponent > whole - 1000) check(to, a, aType, b, bType, sat, &random);
     }

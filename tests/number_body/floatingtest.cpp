@@ -1,4 +1,4 @@
-#include "support/bodies.h"
+#include "support/model.h"
 
 #include <climits>
 #include <functional>
@@ -78,62 +78,26 @@ TEST(FloatingBodies, DoNothingBeyondWhatTheyCan)
         }
 }
 
-TEST(FloatingBodies, TruncateToIntegers)
+TEST(FloatingBodies, TruncateToIntegersAndShiftByPowersOfTwo)
 {
-    Chunk const top = Chunk{1} << 63;
-    struct Row {
-        double value;
-        Chunk asSigned, asUnsigned;
-    };
-    for (Row const& row : {Row{2.9, 2, 2},
-                           {-2.9, Chunk(-2), Chunk(-2)},
-                           {0x1.fffffep62, top - (top >> 24), top - (top >> 24)},
-                           {0x1p63, top, top},
-                           {0x1.8p63, top, top + top / 2},
-                           {-0x1p63, top, top},
-                           {0x1p64, top, 0},
-                           {-infinity, top, top},
-                           {nan_, top, top}})
-        for (Type const& type : {real, narrow, scaled16}) {
-            Held const held(raw(type, row.value));
-            EXPECT_EQ(static_cast<Chunk>(held->getSIArrayValueSigned()), row.asSigned) << held.value();
-            EXPECT_EQ(held->getSIArrayValueUnsigned(), row.asUnsigned) << held.value();
-            double const wide = raw(type, row.value).raw;
-            EXPECT_TRUE(sameDouble(held->getSIDoubleValue(), wide) &&
-                        sameDouble(held->getRawDoubleValue(), wide));
-            EXPECT_TRUE(sameDouble(held->getRWDoubleValue(), realWorldOf(held.value())));
-        }
-}
-
-TEST(FloatingBodies, ShiftsScaleByAPowerOfTwo)
-{
-    struct Row {
-        double value;
-        int count;
-        double right, left;
-    };
-    for (Row const& row : {Row{5.0, 0, 5.0, 5.0},
-                           {5.0, 1, 2.5, 10.0},
-                           {0x1p-1074, 1, 0.0, 0x1p-1073},
-                           {-1.0, 1023, -0x1p-1023, -0x1p1023},
-                           // The power itself is infinite.
-                           {0x1p1000, 1024, 0.0, infinity},
-                           {0.0, 1024, 0.0, nan_},
-                           {infinity, 2000, nan_, infinity},
-                           {1.0, INT_MAX, 0.0, infinity},
-                           // A negative count, as it comes through the unsigned argument.
-                           {5.0, -1, 10.0, 2.5},
-                           {3.0, -2000, infinity, 0.0},
-                           // In double, then narrowed.
-                           {0x1p-149, 200, 0x1p-349, 0x1p51},
-                           {0x1.8p100, 200, 0x1.8p-100, 0x1.8p300},
-                           {0x1.8p-148, 1, 0x1.8p-149, 0x1.8p-147}})
-        for (Type const& type : {real, narrow, scaled16}) {
-            unsigned const count = static_cast<unsigned>(row.count);
-            Value const before = raw(type, row.value);
-            if (!sameDouble(before.raw, row.value)) continue; // out of a float's range
-            expectAfter(before, row.right, {}, [&](N& it) { it.bitShiftRightArith(count); });
-            expectAfter(before, row.left, {}, [&](N& it) { it.bitShiftLeftLogical(count); });
+    std::vector<double> values = specialDoubles();
+    values.insert(values.end(), {0x1.8p63, -0x1.8p63, 0x1p-149, 0x1.8p100, 3.0});
+    for (Type const& type : {real, narrow, scaled16})
+        for (double const value : values) {
+            Value const before = raw(type, value);
+            Held const held(before);
+            EXPECT_EQ(held->getSIArrayValueSigned(), truncated(before.raw, true)) << before;
+            EXPECT_EQ(held->getSIArrayValueUnsigned(), truncated(before.raw, false)) << before;
+            EXPECT_TRUE(sameDouble(held->getSIDoubleValue(), before.raw) &&
+                        sameDouble(held->getRawDoubleValue(), before.raw) &&
+                        sameDouble(held->getRWDoubleValue(), realWorldOf(before)));
+            // A negative count comes through the unsigned argument; the power itself may be infinite or zero.
+            for (int const count : {0, 1, 200, 1023, 1024, 2000, INT_MAX, -1, -2000}) {
+                double const power = std::ldexp(1.0, count);
+                unsigned const n = static_cast<unsigned>(count);
+                expectAfter(before, before.raw / power, {}, [&](N& it) { it.bitShiftRightArith(n); });
+                expectAfter(before, before.raw * power, {}, [&](N& it) { it.bitShiftLeftLogical(n); });
+            }
         }
 }
 
@@ -179,43 +143,16 @@ TEST(FloatingBodies, AssignmentFromEveryKind)
 
 TEST(ScaledDouble, StoresInUnitsUnquantizedAndReadsBack)
 {
-    struct Row {
-        Type type;
-        double value, stored;
-        Events events;
-        double read;
-    };
-    Row const rows[] = {
-        {q4, 1.03125, 16.5, {}, 1.03125},
-        {q4, 100.0, 1600.0, {Over}, 100.0},
-        {q4, 0.03, 0.48, {Under}, 0.03},
-        {q4, -0.0, -0.0, {}, 0.0}, // the bias is added
-        {q4, 7.96875, 127.5, {Over}, 7.96875},
-        {q4, -8.0, -128.0, {}, -8.0},
-        {q4, nan_, nan_, {}, nan_},
-        {q4, infinity, infinity, {Over}, infinity},
-        {scaledDouble(u(8)), -0.25, -0.25, {Over}, -0.25}, // below the least
-        {scaledDouble(s(8, -1, 1.5, 2.0)), 4.25, 3.0, {}, 4.25},
-        {scaledDouble(s(8, -1, 1.5, 2.0)), 0.0, -2.0 / 1.5 / 0.5, {}, 0.0},
-        {scaledDouble(s(8, 0, -2.0, 1.0)), 5.0, -2.0, {}, 5.0},
-        {scaledDouble(s(8, 0, 0.0, 1.0)), 5.0, infinity, {Over}, nan_},
-        {scaledDouble(u(64)), 0x1p64, 0x1p64, {}, 0x1p64}, // the limit as a double
-        {scaledDouble(s(300)), 0x1.8p299, 0x1.8p299, {Over}, 0x1.8p299},
-        // Powers that a double does not have: ldexp has some that repeated squaring misses.
-        {scaledDouble(s(8, 1024)), 0x1p1023, 0.0, {}, nan_},
-        {scaledDouble(s(8, -1023)), 0x1p-1022, 2.0, {}, 0x1p-1022},
-        {scaledDouble(s(8, -1074)), 0x1p-1070, 16.0, {}, 0.0},
-        {scaledDouble(s(8, -1075)), 1.0, infinity, {Over}, nan_},
-        {scaledDouble(s(8, -1075)), 0.0, nan_, {}, nan_},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.type << ' ' << row.value);
-        expectAfter({row.type, {}, 77.0}, row.stored, row.events,
-                    [&](N& it) { it.assignDouble(&row.value); });
-        Held const held({row.type, {}, row.stored});
-        EXPECT_TRUE(sameDouble(held->getRWDoubleValue(), row.read)) << held->getRWDoubleValue();
-        EXPECT_TRUE(sameDouble(held->getSIDoubleValue(), row.stored));
-    }
+    // Powers that a double does not have: ldexp has some that repeated squaring misses.
+    for (Type const& type : {s(8, -4), u(8), s(8, -1, 1.5, 2.0), s(8, 0, -2.0, 1.0), s(8, 0, 0.0, 1.0), u(64),
+                             s(64), s(300), u(300, 3), s(8, 1024), s(8, -1023), s(8, -1074), s(8, -1075)})
+        for (double const value : specialDoubles()) {
+            ScaledOutcome const wanted = scaledFromRealWorld(value, scaledDouble(type));
+            expectAfter({scaledDouble(type), {}, 77.0}, wanted.stored, wanted.events,
+                        [&](N& it) { it.assignDouble(&value); });
+            Value const stored{scaledDouble(type), {}, value};
+            EXPECT_TRUE(sameDouble(Held(stored)->getRWDoubleValue(), realWorldOf(stored))) << stored;
+        }
 }
 
 TEST(ScaledDouble, BitsBelowAndAboveTwoToThe62)

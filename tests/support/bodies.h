@@ -43,53 +43,46 @@ public:
     RecordingClient client{};
 
     explicit Held(Value const& value, Modes modes = {fxpModeRoundingFloor, 0})
-        : parts_(value.isComplex() ? 2 : 1), type_(value.type), storage_(neighbours()),
+        : type_(value.type), storage_(around(value)),
           body_(NumberBodyFactory::createNumberBody(
               storage_.data(), type_, client, 3, static_cast<fxpModeRounding_tag>(modes.round),
               static_cast<fxpModeOverflow_tag>(modes.sat), value.isComplex()))
     {
         body_->setIndex(1);
-        if (value.type.mode == fxpModeDataTypeSingle)
-            storage_.put(1, {std::bit_cast<std::uint32_t>(static_cast<float>(value.raw))});
-        else if (!value.isFixed())
-            storage_.put(1, {std::bit_cast<Chunk>(value.raw)});
-        for (std::size_t i = 0; i < value.parts.size(); ++i)
-            storage_.put(parts_ + i, chunksOf(value.parts[i], (containerBytes(type_) + 7) / 8));
     }
 
     /// As the container holds it now.
     Value value() const
     {
         Value value{type_};
+        std::size_t const parts = storage_.parts() / 3;
         Chunk const word = storage_.pattern(1)[0];
         if (type_.mode == fxpModeDataTypeSingle)
             value.raw = std::bit_cast<float>(static_cast<std::uint32_t>(word));
         else if (!value.isFixed())
             value.raw = std::bit_cast<double>(word);
-        for (std::size_t i = 0; value.isFixed() && i < parts_; ++i)
-            value.parts.push_back(storage_.integer(parts_ + i, type_.isSigned()));
+        for (std::size_t i = 0; value.isFixed() && i < parts; ++i)
+            value.parts.push_back(storage_.integer(parts + i, type_.isSigned()));
         return value;
     }
-    bool isAloneTouched() const
-    {
-        Storage middle = neighbours();
-        for (std::size_t i = parts_; i < 2 * parts_; ++i) middle.put(i, storage_.pattern(i));
-        return middle == storage_ && body_->index() == 1;
-    }
+    bool isAloneTouched() const { return around(value()) == storage_ && body_->index() == 1; }
     NumberBody& operator*() const { return *body_; }
     NumberBody* operator->() const { return body_.get(); }
     NumberBody const* body() const { return body_.get(); }
 
 private:
-    Storage neighbours() const
+    static Storage around(Value const& value)
     {
-        Storage storage(type_, 3 * parts_);
-        for (std::size_t i = 0; i < 3 * parts_; ++i)
-            storage.put(i, std::vector<Chunk>((containerBytes(type_) + 7) / 8, 0x2A2A2A2A2A2A2A2A));
+        std::size_t const parts = value.isComplex() ? 2 : 1;
+        Storage storage(value.type, 3 * parts);
+        std::vector<Chunk> const beside(chunkCount(value.type) + 1, 0x2A2A2A2A2A2A2A2A);
+        for (std::size_t i = 0; i < 3 * parts; ++i)
+            storage.put(i, i / parts != 1    ? beside
+                           : value.isFixed() ? patternOf(value.parts[i - parts], value.type)
+                                             : patternOf(value.raw, value.type));
         return storage;
     }
 
-    std::size_t parts_;
     fxpDataTypeProp type_;
     Storage storage_;
     std::unique_ptr<NumberBody> body_;

@@ -29,7 +29,7 @@ inline Storage storageOf(fxpDataTypeProp const& type, Elements const& elements)
     std::size_t const parts = elements.empty() ? 1 : elements[0].size();
     Storage storage(type, elements.size() * parts);
     for (std::size_t i = 0; i < storage.parts(); ++i)
-        storage.put(i, chunksOf(elements[i / parts][i % parts], (containerBytes(type) + 7) / 8));
+        storage.put(i, patternOf(elements[i / parts][i % parts], type));
     return storage;
 }
 

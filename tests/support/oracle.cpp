@@ -7,6 +7,9 @@
 namespace orvextest
 {
 
+/// Exponents beyond this make no difference.
+constexpr long long far = 10000;
+
 std::ostream& operator<<(std::ostream& out, Outcome const& outcome)
 {
     out << outcome.stored << " [";
@@ -157,9 +160,7 @@ Outcome divide(Int const& a, fxpDataTypeProp const& aType, Int const& b, fxpData
     if (b == 0) return {a < 0 ? low : high, {Event::divisionByZero}};
     long long const exponent =
         aType.fixedExponent - bType.fixedExponent - static_cast<long long>(to.fixedExponent);
-    // Beyond this it makes no difference.
-    Rational const exact =
-        Rational(b < 0 ? Int(-a) : a, abs(b)) * scaled(1, std::clamp(exponent, -5000LL, 5000LL));
+    Rational const exact = Rational(b < 0 ? Int(-a) : a, abs(b)) * scaled(1, std::clamp(exponent, -far, far));
     bool const isLow = exact < 0;
     Event const overflow = sat == 0 ? Event::wrap : isLow ? Event::saturationToMin : Event::saturationToMax;
     Outcome q{0, {}};
@@ -200,7 +201,7 @@ Outcome quantizeRadix(double value, fxpDataTypeProp const& type, int round, int 
         return value > 0 ? Outcome{maxStored(type), {Event::saturationToMax}}
                          : Outcome{minStored(type), {Event::saturationToMin}};
     }
-    Rational const units = exactly(value, -static_cast<long long>(type.fixedExponent));
+    Rational const units = exactly(value, -std::clamp<long long>(type.fixedExponent, -far, far));
     Outcome outcome = store(units, type, round, sat, fxpModeRoundingZero);
     if (units > 0 && units < 1) outcome.events.insert(outcome.events.begin(), Event::underflow);
     return outcome;

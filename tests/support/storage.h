@@ -27,6 +27,13 @@ inline std::vector<Chunk> patternOf(Int const& stored, fxpDataTypeProp const& ty
     return chunksOf(stored, (containerBytes(type) + 7) / 8);
 }
 
+/// The same of a stored double.
+inline std::vector<Chunk> patternOf(double raw, fxpDataTypeProp const& type)
+{
+    bool const isSingle = type.mode == fxpModeDataTypeSingle;
+    return {isSingle ? std::bit_cast<std::uint32_t>(static_cast<float>(raw)) : std::bit_cast<Chunk>(raw)};
+}
+
 /// A copy of the parts of an array, or an array to be lent to a number.
 class Storage
 {
@@ -79,18 +86,12 @@ struct Stored {
 };
 inline Stored storedOf(double value, fxpDataTypeProp const& type, Modes modes)
 {
-    switch (type.mode) {
-    case fxpModeDataTypeScaledDouble: {
-        ScaledOutcome const outcome = scaledFromRealWorld(value, type);
-        return {{std::bit_cast<Chunk>(outcome.stored)}, outcome.events};
-    }
-    case fxpModeDataTypeDouble: return {{std::bit_cast<Chunk>(value)}, {}};
-    case fxpModeDataTypeSingle: return {{std::bit_cast<std::uint32_t>(static_cast<float>(value))}, {}};
-    default: {
+    if (type.mode == fxpModeDataTypeFixed) {
         Outcome const outcome = quantize(value, type, modes.round, modes.sat);
         return {patternOf(outcome.stored, type), outcome.events};
     }
-    }
+    ScaledOutcome const outcome = scaledFromRealWorld(value, type);
+    return {patternOf(outcome.stored, type), outcome.events};
 }
 
 } // namespace orvextest
