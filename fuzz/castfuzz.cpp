@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     Modes const modes{input.pick(allRoundings), input.between(0, 1)};
     int const bits = input.pick(std::array{8, 32, 64, 200});
     Type const u = anyType(input, bits, 0), y = anyType(input, bits, u.fixedExponent);
-    CastTarget const target{
+    ClientSettings const target{
         input.pick(std::array<fxpProdHardware const*, 5>{nullptr, &asic, &micros[0], &micros[1], &micros[2]}),
         input.coin() ? dividing : FxpNetSlopeCorrectMultiply};
     bool const isComplex = input.coin();

@@ -29,7 +29,7 @@ TEST(StoredCast, AgreesWithRationals)
         if (i % 3 == 0) y.bias = u.bias;
         if (i % 50 == 0) y = u;
         y.dtoMode = i % 10 == 0;
-        CastTarget target{random.pick(std::array<fxpProdHardware const*, 3>{nullptr, &asic, &micros[0]})};
+        ClientSettings target{random.pick(std::array<fxpProdHardware const*, 3>{nullptr, &asic, &micros[0]})};
         if (i % 3 == 1) { // a net slope of 1 / n, now and then with a bias, which forbids a division
             y.setScaling(random.between(3, 1 << random.between(2, 20)), u.fixedExponent,
                          i % 5 == 0 ? 7.5 : 0.0);
@@ -51,12 +51,12 @@ TEST(StoredCast, Edges)
     auto const slope = [](Chunk chunk, double net) { return Record{Event::netSlope, {chunk}, {}, net}; };
     auto const bias = [](Chunk chunk, double net) { return Record{Event::netBias, {chunk}, {}, net}; };
     Record const third = slope(21845, 1 / 1.5), half = slope(96, 1.5);
-    CastTarget const none{}, divides{&micros[0], dividing}, floors{&micros[1], dividing};
+    ClientSettings const none{}, divides{&micros[0], dividing}, floors{&micros[1], dividing};
     struct Row {
         Type u, y;
         int x;
         Modes modes;
-        CastTarget target;
+        ClientSettings target;
         int stored;
         std::vector<Record> records;
     };

@@ -11,11 +11,8 @@ using N = NumberBody;
 using P = NumberBody const*;
 
 double const infinity = std::numeric_limits<double>::infinity(), nan_ = std::nan("");
-constexpr auto Over = Event::scaledDoubleOverflow, Under = Event::scaledDoubleUnderflow;
-constexpr auto Max = Event::saturationToMax, Min = Event::saturationToMin;
 
-Type const real = Type::doubleDataType(), narrow = Type::singleDataType(), scaled16 = scaledDouble(s(16, -4)),
-           q4 = scaledDouble(s(8, -4));
+Type const real = Type::doubleDataType(), narrow = Type::singleDataType(), scaled16 = scaledDouble(s(16, -4));
 
 Value raw(Type const& type, double value)
 {
@@ -23,14 +20,12 @@ Value raw(Type const& type, double value)
 }
 
 /// What an operation leaves and tells, broken off at each event too. Unlike words, a double has been stored
-/// by then, unless `isStoredLast`.
+/// by then.
 template <class Run>
 void expectAfter(Value const& before, double after, Events const& events, Run const& run,
-                 bool isStoredLast = false, std::string const& text = "")
+                 std::string const& text = "")
 {
-    Value const last = raw(before.type, after);
-    std::vector<Value> states(events.size(), isStoredLast ? before : last);
-    states.push_back(last);
+    std::vector<Value> const states(events.size() + 1, raw(before.type, after));
     checkOperation("", before, {fxpModeRoundingCeiling, 1}, events, states, text,
                    run); // modes that play no part
 }
@@ -70,7 +65,7 @@ TEST(FloatingBodies, DoNothingBeyondWhatTheyCan)
             std::string const need =
                 type == scaled16 ? "Need to do scaled-double " : "Need to do floating-point ";
             auto const expect = [&](auto const& run, std::string const& text) {
-                expectAfter(raw(type, 6.5), 6.5, {}, run, false, text);
+                expectAfter(raw(type, 6.5), 6.5, {}, run, text);
             };
             expect([&](N& it) { silent(it, b.body()); }, "");
             expect([&](N& it) { it.plusEquals(b.body()); }, need + "plusEquals!\n");
@@ -155,81 +150,61 @@ TEST(ScaledDouble, StoresInUnitsUnquantizedAndReadsBack)
         }
 }
 
-TEST(ScaledDouble, BitsBelowAndAboveTwoToThe62)
+/// Up to 2^62, above alone, stored doubles are signed integers of 64 bits; beyond they go through the bits of
+/// the type, the other first. So does a logical shift, whatever the value is.
+TEST(ScaledDouble, BitsOfIntegersAndOfTheType)
 {
-    struct Row {
-        Type type;
-        double a;
-        Value b;
-        double and_, or_, xor_;
-        Events events{};
-        double not_ = nan_; // of a; unchecked if NaN
-        Events notEvents{};
-    };
-    Type const s8 = scaledDouble(s(8)), u8 = scaledDouble(u(8)), s70 = scaledDouble(s(70)),
-               u100 = scaledDouble(u(100)), u64 = scaledDouble(u(64));
-    Row const rows[] = {
-        {s8, 12.9, raw(s8, -3.9), 12.0, -3.0, -15.0, {}, -13.0},
-        {u8, 5.0, raw(u8, 300.0), 4.0, 301.0, 297.0, {}, -6.0}, // signed 64-bit integers, whatever the type
-        {scaledDouble(s(8, -4, 1.5, 3.0)), 12.0, raw(q4, 10.0), 8.0, 14.0, 6.0, {}, -13.0},
-        {s8, 12.0, raw(real, 10.7), 8.0, 14.0, 6.0},
-        {s8, 12.0, {s(16, -3), {10}}, 8.0, 14.0, 6.0},
-        {s8, 0x1p62, raw(s8, 3.0), 0.0, 0x1p62, 0x1p62, {}, -0x1p62}, // 3 is lost in the double
-        {s8, 3.0, raw(s8, 0x1p62), 0.0, 0x1p62, 0x1p62},
-        {s8, -1e30, raw(s8, -1.0), -0x1p63, -1.0, 0x1p63, {}, 0x1p63}, // the bound is on one side alone
-        // Beyond, on the bits of the type: the other first, then this one.
-        {s70, 0x1p65 + 0x1p60, raw(s70, 0x1p65), 0x1p65, 0x1p65 + 0x1p60, 0x1p60, {}, -0x1p65 - 0x1p60},
-        {s70, 0x1p63, raw(s70, -1.0), 0x1p63, -1.0, -0x1p63, {}, -0x1p63},
-        {s70, 0x1p63, raw(s70, 2.5), 0.0, 0x1p63, 0x1p63, {}, -0x1p63},
-        {s8, 0x1p63, raw(s8, 5.0), 5.0, 127.0, 122.0, {Max}, -128.0, {Max}},
-        {s8, -1000.0, raw(s8, infinity), 0.0, -1.0, -1.0, {Max, Min}, 999.0},
-        {u8, -3.0, raw(u8, 0x1p63), 0.0, 255.0, 255.0, {Max, Min}, 2.0},
-        {u64, 0x1.8p63, raw(u64, 0x1p63), 0x1p63, 0x1.8p63, 0x1p62, {}, 0x1p62},
-        // The complement of a second chunk keeps the wrong bits, beyond the word.
-        {u100, 0x1p63, raw(u100, 0x1p70), 0.0, 0x1.02p70, 0x1.02p70, {}, 0x1p128 - 0x1p99, {Over}},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.type << ' ' << row.a << " and " << row.b);
-        Held const b(row.b);
-        Value const a{row.type, {}, row.a};
-        std::pair<void (N::*)(P), double> const operations[] = {
-            {&N::bitAndEqual, row.and_}, {&N::bitOrEqual, row.or_}, {&N::bitXorEqual, row.xor_}};
-        for (auto const& [run, result] : operations)
-            expectAfter(
-                a, result, row.events, [&](N& it) { (it.*run)(b.body()); }, true);
-        if (row.not_ == row.not_)
-            expectAfter(
-                a, row.not_, row.notEvents, [](N& it) { it.bitCmp(); }, row.notEvents != Events{Over});
-    }
-}
-
-TEST(ScaledDouble, LogicalRightShiftGoesThroughTheBitsOfTheType)
-{
-    struct Row {
-        Type type;
-        double value;
-        unsigned count;
-        double result;
-        Events events{};
-    };
-    Row const rows[] = {
-        {scaledDouble(s(16)), -4.0, 1, 32766.0},
-        {scaledDouble(s(16)), -4.0, 0, -4.0},
-        {scaledDouble(s(16, -4, 1.5, 2.0)), 40.0, 3, 5.0}, // in units, whatever the scaling
-        {scaledDouble(s(16)), 16.5, 0, 17.0},              // to nearest
-        {scaledDouble(u(16)), 65535.0, 15, 1.0},
-        {scaledDouble(s(100)), -1.0, 64, 0x1p64}, // as a double
-        {scaledDouble(s(100)), 0x1p70, 66, 16.0},
-        {q4, 0.48, 1, 0.0, {Event::underflow}},
-        {q4, 0.6, 0, 1.0, {Event::underflow}},
-        {q4, nan_, 1, 0.0},
-        {q4, infinity, 2, 31.0, {Max}},
-    };
-    for (Row const& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.type << ' ' << row.value << " by " << row.count);
-        expectAfter(
-            {row.type, {}, row.value}, row.result, row.events,
-            [&](N& it) { it.bitShiftRightLogical(row.count); }, true);
+    Random random(72);
+    std::vector<double> const specials = specialDoubles();
+    for (int i = 0; i < 6000; ++i) {
+        Type const word = random.radixType(130, 0, 0),
+                   type = scaledDouble(
+                       fixedType(word.isSigned(), word.wordLength, random.between(-9, 9), 1.5, i % 3));
+        auto const any = [&] {
+            return random.coin() ? random.pick(specials) : random.doubleNear(random.coin() ? word : s(70));
+        };
+        Value const a = raw(type, any()),
+                    b = i % 2 == 0 ? anyValue(random, 100, true, true) : raw(type, any());
+        double const theirs = b.isFixed() ? readRadix(b.parts[0], stripped(b.type)) : b.raw;
+        auto const integer = [](Value const& value) {
+            return static_cast<long long>(value.isFixed() ? wrapTo(value.parts[0], s(64))
+                                                          : truncated(value.raw, true));
+        };
+        long long const x = integer(a), y = integer(b);
+        Outcome const its = quantizeRadix(theirs, word, fxpModeRoundingNearest, 1),
+                      mine = quantizeRadix(a.raw, word, fxpModeRoundingNearest, 1);
+        Held const other(b);
+        SCOPED_TRACE(testing::Message() << "with " << b);
+        auto const check = [&](char const* name, bool isInteger, long long result, bool isUnary,
+                               auto const& change, auto const& run) {
+            Model e({word, {mine.stored}}, {});
+            change(e);
+            ScaledOutcome after = scaledFromRadix(readRadix(e.now[0], word), scaledDouble(word));
+            Events events = isUnary ? Events{} : its.events;
+            events.insert(events.end(), mine.events.begin(), mine.events.end());
+            if (isInteger) after = {static_cast<double>(result), {}}, events = {};
+            std::vector<Value> states(events.size(), a);
+            events.insert(events.end(), after.events.begin(), after.events.end());
+            states.resize(events.size() + 1, raw(type, after.stored));
+            checkOperation(name, a, {fxpModeRoundingCeiling, 1}, events, states, "", run);
+        };
+        auto const combine = [&](char const* name, auto operation, auto run) {
+            check(
+                name, a.raw <= 0x1p62 && theirs <= 0x1p62, operation(x, y), false,
+                [&](Model& e) {
+                    e.combineBits({word, {its.stored}}, operation);
+                },
+                [&](N& it) { (it.*run)(other.body()); });
+        };
+        combine("bitAndEqual", std::bit_and{}, &N::bitAndEqual);
+        combine("bitOrEqual", std::bit_or{}, &N::bitOrEqual);
+        combine("bitXorEqual", std::bit_xor{}, &N::bitXorEqual);
+        check("bitCmp", a.raw <= 0x1p62, ~x, true, std::mem_fn(&Model::complement), std::mem_fn(&N::bitCmp));
+        unsigned const n = random.pick(std::array{0U, 1U, 3U, 64U, static_cast<unsigned>(word.wordLength)});
+        check(
+            "bitShiftRightLogical", false, 0, true, [&](Model& e) { e.shiftRightLogical(n); },
+            [&](N& it) { it.bitShiftRightLogical(n); });
+        ASSERT_FALSE(HasFailure());
     }
 }
 

@@ -12,16 +12,6 @@
 namespace orvextest
 {
 
-/// What a client answers.
-struct CastTarget {
-    fxpProdHardware const* hardware = nullptr;
-    FxpNetSlopeCorrectMethod method = FxpNetSlopeCorrectMultiply;
-    void lendTo(RecordingClient& client) const
-    {
-        client.hardware = hardware;
-        client.netSlopeMethod = method;
-    }
-};
 inline fxpProdHardware const asic = fxpProdHardware::getASICTypeHardware();
 inline fxpProdHardware const micros[] = {{ProdHWDeviceMicro, 8, 16, 32, 64, FxpHardwareRoundingZero},
                                          {ProdHWDeviceMicro, 8, 16, 16, 64, FxpHardwareRoundingFloor},
@@ -49,7 +39,7 @@ struct CastResult {
     }
 
     /// One stage.
-    void cast(fxpDataTypeProp const& y, fxpDataTypeProp const& u, Modes modes, CastTarget const& target)
+    void cast(fxpDataTypeProp const& y, fxpDataTypeProp const& u, Modes modes, ClientSettings const& target)
     {
         fxpDataTypeProp const yr = stripped(y, y.fixedExponent), ur = stripped(u, u.fixedExponent);
         double const su = u.slopeAdjustmentFactor, sy = y.slopeAdjustmentFactor, net = (u.bias - y.bias) / sy;
@@ -63,7 +53,7 @@ struct CastResult {
         if (biases) bias = report(subtracts ? -net : net, yr, yr, Event::netBias);
 
         RecordingClient client;
-        target.lendTo(client);
+        static_cast<ClientSettings&>(client) = target;
         std::vector<Chunk> divisor(2);
         fxpDataTypeProp divisorType;
         double ratio = 0.0;
@@ -85,10 +75,10 @@ struct CastResult {
 
 /// A cast in as many stages as it takes; returns their number, 0 if no type holds the net slope.
 inline int checkCast(fxpDataTypeProp const& y, fxpDataTypeProp const& u, Modes modes,
-                     CastTarget const& target, std::vector<Int> const& values)
+                     ClientSettings const& target, std::vector<Int> const& values)
 {
     RecordingClient client;
-    target.lendTo(client);
+    static_cast<ClientSettings&>(client) = target;
     fxpDataTypeProp between;
     fxpOperationChoices first, last;
     fxpOperationChoices const request{modes.round, modes.sat, 2};
@@ -105,7 +95,7 @@ inline int checkCast(fxpDataTypeProp const& y, fxpDataTypeProp const& u, Modes m
         Held const source({u, {x}});
         Held held({y, {maxStored(y)}}, modes);
         auto const run = [&] { held->assignNumber(source.body()); };
-        target.lendTo(held.client);
+        static_cast<ClientSettings&>(held.client) = target;
         if (!isPossible) {
             EXPECT_THROW(run(), kvxDiagnosticException);
             continue;

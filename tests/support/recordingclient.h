@@ -17,10 +17,18 @@
 namespace orvextest
 {
 
+/// What a client answers.
+struct ClientSettings {
+    fxpProdHardware const* hardware = nullptr;
+    FxpNetSlopeCorrectMethod netSlopeMethod = FxpNetSlopeCorrectMultiply;
+    int netSlopeWordLength = 0;   ///< bits of the chunks of a net slope: the source's; 0 for its type's
+    bool holdDiagnostics = false; ///< receiveDiagnosticError returns
+};
+
 /// Records all events in one list, from any number of threads. On demand it lets a test look at the state at
 /// each event, throws at one of them, and holds diagnostics instead of throwing them. Settings are made
 /// before use.
-class RecordingClient : public OrvexClientInterface
+class RecordingClient : public OrvexClientInterface, public ClientSettings
 {
 public:
     /// The fields below `event` are those of net slopes and biases, and of diagnostics the identifier.
@@ -50,32 +58,19 @@ public:
 
     static constexpr std::size_t never = std::numeric_limits<std::size_t>::max();
 
-    fxpProdHardware const* hardware = nullptr;
-    FxpNetSlopeCorrectMethod netSlopeMethod = FxpNetSlopeCorrectMultiply;
-    int netSlopeWordLength = 0;   ///< bits of the chunks of a net slope: the source's; 0 for its type's
-    bool holdDiagnostics = false; ///< receiveDiagnosticError returns
-    std::size_t throwAt = never;  ///< index of the event that throws, from 0
+    std::size_t throwAt = never;          ///< index of the event that throws, from 0
     std::function<void(Event)> onEvent{}; ///< called at each event before it throws; not under the lock
 
     void setMaxSupportedWordLength(int bits) { maxSupportedWordLength = bits; }
 
-    std::vector<Record> records() const
-    {
-        std::lock_guard const lock(mutex_);
-        return records_;
-    }
+    std::vector<Record> const& records() const { return records_; }
     Events events() const
     {
-        std::lock_guard const lock(mutex_);
         Events events;
         for (Record const& record : records_) events.push_back(record.event);
         return events;
     }
-    void clear()
-    {
-        std::lock_guard const lock(mutex_);
-        records_.clear();
-    }
+    void clear() { records_.clear(); }
 
     char const* getClassName() const override { return "RecordingClient"; }
     void handleOverflowWrap() override { hear({Event::wrap}); }
@@ -113,10 +108,7 @@ public:
     {
         auto copy = std::make_unique<RecordingClient>();
         static_cast<OrvexClientInterface&>(*copy) = *this;
-        copy->hardware = hardware;
-        copy->netSlopeMethod = netSlopeMethod;
-        copy->netSlopeWordLength = netSlopeWordLength;
-        copy->holdDiagnostics = holdDiagnostics;
+        static_cast<ClientSettings&>(*copy) = *this;
         return copy.release();
     }
 
@@ -135,7 +127,7 @@ private:
     }
     void hold(kvxDiagnosticImpl*& diagnostic) { held_.reset(std::exchange(diagnostic, nullptr)); }
 
-    mutable std::mutex mutex_;
+    std::mutex mutex_;
     std::vector<Record> records_;
     std::unique_ptr<kvxDiagnosticImpl> held_;
 };
