@@ -5,7 +5,6 @@
 namespace
 {
 using namespace orvextest;
-using Type = fxpDataTypeProp;
 using Bytes = std::vector<unsigned char>;
 
 /// Types, modes, and the memory of target, a and b, at random.
@@ -164,9 +163,8 @@ Trace run(Case const& c, Operation const& operation, bool isAtOnce)
         if (!c.isShared && trace.seen.size() < 10) trace.seen.push_back(trace.memory);
     };
     auto const number = [&](std::size_t at, Type const& type, std::size_t count, bool isComplex) {
-        return Number(static_cast<void*>(&trace.memory[at]), type, client, count,
-                      static_cast<fxpModeRounding_tag>(c.modes.round),
-                      static_cast<fxpModeOverflow_tag>(c.modes.sat), isComplex);
+        return Number(static_cast<void*>(&trace.memory[at]), type, client, count, c.modes.rounding(),
+                      c.modes.overflow(), isComplex);
     };
     Number target = number(0, c.target, c.count, c.isComplex), a = number(c.aAt, c.a, c.count, c.complexA),
            b = number(c.bAt, c.b, c.scalarB ? 1 : c.count, c.complexB);

@@ -5,7 +5,6 @@
 namespace
 {
 using namespace orvextest;
-using Type = fxpDataTypeProp;
 
 TEST(StoredCast, AgreesWithRationals)
 {

@@ -7,7 +7,6 @@
 namespace
 {
 using namespace orvextest;
-using Type = fxpDataTypeProp;
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();

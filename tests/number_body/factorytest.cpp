@@ -9,7 +9,6 @@
 namespace
 {
 using namespace orvextest;
-using Type = fxpDataTypeProp;
 using Body = std::unique_ptr<NumberBody>;
 using Factory = NumberBodyFactory;
 

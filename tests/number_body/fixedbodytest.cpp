@@ -7,7 +7,6 @@
 namespace
 {
 using namespace orvextest;
-using Type = fxpDataTypeProp;
 using Body = std::unique_ptr<NumberBody>;
 using N = NumberBody;
 

@@ -6,7 +6,6 @@
 namespace
 {
 using namespace orvextest;
-using Type = fxpDataTypeProp;
 using N = NumberBody;
 using P = NumberBody const*;
 

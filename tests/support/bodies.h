@@ -18,7 +18,7 @@ namespace orvextest
 
 /// The stored integers of a fixed type, real or complex, or the stored double of another.
 struct Value {
-    fxpDataTypeProp type;
+    Type type;
     Element parts{};
     double raw = 0.0;
 
@@ -44,9 +44,8 @@ public:
 
     explicit Held(Value const& value, Modes modes = {fxpModeRoundingFloor, 0})
         : type_(value.type), storage_(around(value)),
-          body_(NumberBodyFactory::createNumberBody(
-              storage_.data(), type_, client, 3, static_cast<fxpModeRounding_tag>(modes.round),
-              static_cast<fxpModeOverflow_tag>(modes.sat), value.isComplex()))
+          body_(NumberBodyFactory::createNumberBody(storage_.data(), type_, client, 3, modes.rounding(),
+                                                    modes.overflow(), value.isComplex()))
     {
         body_->setIndex(1);
     }
@@ -83,7 +82,7 @@ private:
         return storage;
     }
 
-    fxpDataTypeProp type_;
+    Type type_;
     Storage storage_;
     std::unique_ptr<NumberBody> body_;
 };
@@ -120,12 +119,12 @@ void checkOperation(std::string const& name, Value const& before, Modes modes, E
 }
 
 /// The type of a full-precision product, and of a full-precision sum.
-inline fxpDataTypeProp productRule(fxpDataTypeProp const& a, fxpDataTypeProp const& b)
+inline Type productRule(Type const& a, Type const& b)
 {
     return fixedType(a.isSigned() || b.isSigned(), a.wordLength + b.wordLength,
                      a.fixedExponent + b.fixedExponent);
 }
-inline fxpDataTypeProp sumRule(fxpDataTypeProp const& a, fxpDataTypeProp const& b)
+inline Type sumRule(Type const& a, Type const& b)
 {
     int const f = -std::min(a.fixedExponent, b.fixedExponent);
     return {a.isSigned() || b.isSigned(),
@@ -133,7 +132,7 @@ inline fxpDataTypeProp sumRule(fxpDataTypeProp const& a, fxpDataTypeProp const& 
 }
 
 /// The same word without scaling but for a power of two.
-inline fxpDataTypeProp stripped(fxpDataTypeProp type, int exponent = 0)
+inline Type stripped(Type type, int exponent = 0)
 {
     type.fixedExponent = exponent;
     type.slopeAdjustmentFactor = 1.0;
@@ -142,13 +141,13 @@ inline fxpDataTypeProp stripped(fxpDataTypeProp type, int exponent = 0)
 }
 
 /// The integer that a container holds after its bits were changed.
-inline Int inContainer(std::vector<Chunk> const& pattern, fxpDataTypeProp const& type)
+inline Int inContainer(std::vector<Chunk> const& pattern, Type const& type)
 {
     Storage storage(type, 1);
     storage.put(0, pattern);
     return storage.integer(0, type.isSigned());
 }
-inline Int inContainer(Int const& value, fxpDataTypeProp const& type)
+inline Int inContainer(Int const& value, Type const& type)
 {
     return inContainer(patternOf(value, type), type);
 }
@@ -162,12 +161,12 @@ inline double realWorldOf(Value const& value, std::size_t part = 0)
 
 /// A raw double, or a stored integer of `from` as one, brought to the grid of `to`'s stored integers: with
 /// the net scaling, which divides if only the target has a factor, in single precision where that suffices.
-inline double throughPlan(double x, fxpDataTypeProp const& from, fxpDataTypeProp const& to)
+inline double throughPlan(double x, Type const& from, Type const& to)
 {
     struct Net {
         double factor, slope, bias;
     };
-    auto const net = [](fxpDataTypeProp const& u, fxpDataTypeProp const& y) {
+    auto const net = [](Type const& u, Type const& y) {
         int carry = 0;
         double const factor = 2 * std::frexp(u.slopeAdjustmentFactor / y.slopeAdjustmentFactor, &carry);
         return Net{factor, std::ldexp(factor, u.fixedExponent - y.fixedExponent + carry - 1),
@@ -209,8 +208,8 @@ inline Value anyValue(Random& random, int maxWordLength, bool isScaled, bool may
         value.raw = random.doubleNear(stripped(value.type));
         switch (random.between(0, 2)) {
         case 0: value.type.mode = fxpModeDataTypeScaledDouble; break;
-        case 1: value.type = fxpDataTypeProp::doubleDataType(); break;
-        default: value.type = fxpDataTypeProp::singleDataType(); value.raw = static_cast<float>(value.raw);
+        case 1: value.type = Type::doubleDataType(); break;
+        default: value.type = Type::singleDataType(); value.raw = static_cast<float>(value.raw);
         }
         return value;
     }

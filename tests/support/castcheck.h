@@ -30,7 +30,7 @@ struct CastResult {
         for (Event const event : outcome.events) records.push_back({event});
         isSeen = !outcome.events.empty() && outcome.events.back() != Event::underflow;
     }
-    Int report(double net, fxpDataTypeProp const& type, fxpDataTypeProp const& castType, Event kind)
+    Int report(double net, Type const& type, Type const& castType, Event kind)
     {
         Outcome const value = quantizeRadix(net, type, fxpModeRoundingNearest, 1);
         for (Event const event : value.events) records.push_back({event});
@@ -39,12 +39,12 @@ struct CastResult {
     }
 
     /// One stage.
-    void cast(fxpDataTypeProp const& y, fxpDataTypeProp const& u, Modes modes, ClientSettings const& target)
+    void cast(Type const& y, Type const& u, Modes modes, ClientSettings const& target)
     {
-        fxpDataTypeProp const yr = stripped(y, y.fixedExponent), ur = stripped(u, u.fixedExponent);
+        Type const yr = stripped(y, y.fixedExponent), ur = stripped(u, u.fixedExponent);
         double const su = u.slopeAdjustmentFactor, sy = y.slopeAdjustmentFactor, net = (u.bias - y.bias) / sy;
         bool const scales = su != sy, biases = u.bias != y.bias, subtracts = net < 0 && !y.isSigned();
-        fxpDataTypeProp slopeType;
+        Type slopeType;
         Int slope, bias;
         if (scales) {
             ORVEX::selectSlopeCorrectionDataType(&slopeType, &u, su / sy);
@@ -55,7 +55,7 @@ struct CastResult {
         RecordingClient client;
         static_cast<ClientSettings&>(client) = target;
         std::vector<Chunk> divisor(2);
-        fxpDataTypeProp divisorType;
+        Type divisorType;
         double ratio = 0.0;
         if (scales && !biases &&
             ORVEX::getDTCSlopeCorrectionMode(client, y, u, &ratio, &divisorType, divisor.data(),
@@ -74,12 +74,12 @@ struct CastResult {
 };
 
 /// A cast in as many stages as it takes; returns their number, 0 if no type holds the net slope.
-inline int checkCast(fxpDataTypeProp const& y, fxpDataTypeProp const& u, Modes modes,
-                     ClientSettings const& target, std::vector<Int> const& values)
+inline int checkCast(Type const& y, Type const& u, Modes modes, ClientSettings const& target,
+                     std::vector<Int> const& values)
 {
     RecordingClient client;
     static_cast<ClientSettings&>(client) = target;
-    fxpDataTypeProp between;
+    Type between;
     fxpOperationChoices first, last;
     fxpOperationChoices const request{modes.round, modes.sat, 2};
     bool isPossible = true;

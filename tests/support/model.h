@@ -27,7 +27,7 @@ inline bool bitAt(Int const& value, int bit) { return modulo(floorOf(scaled(valu
 /// A fixed element at work. Slope and bias play a part only where the other operand is not fixed; conversions
 /// between different scalings are not modelled.
 struct Model {
-    fxpDataTypeProp type;
+    Type type;
     Modes modes;
     Element now;
     Events events{};
@@ -102,14 +102,12 @@ struct Model {
     {
         put(part, sum(now[part], sign, formed(converted(other, otherPart))));
     }
-    Outcome product(Int const& a, fxpDataTypeProp const& aType, Int const& b,
-                    fxpDataTypeProp const& bType) const
+    Outcome product(Int const& a, Type const& aType, Int const& b, Type const& bType) const
     {
-        fxpDataTypeProp const full = productRule(aType, bType);
+        Type const full = productRule(aType, bType);
         return converted({full, {valueOf(chunksOf(a * b, full).data(), full)}}, 0);
     }
-    Outcome quotient(Int const& a, fxpDataTypeProp const& aType, Int const& b,
-                     fxpDataTypeProp const& bType) const
+    Outcome quotient(Int const& a, Type const& aType, Int const& b, Type const& bType) const
     {
         Outcome const outcome = divide(a, aType, b, bType, type, modes.round, modes.sat);
         return {inContainer(outcome.stored, type), outcome.events};

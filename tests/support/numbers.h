@@ -24,7 +24,7 @@ inline std::string const foreign = "Need to determine rules for heterogeneous ar
 inline std::string const dimsDisagree = Orvex::number::ArrayDimMustAgree().identifier();
 
 /// The stored parts of an array of numbers, to be lent to one or copied into it.
-inline Storage storageOf(fxpDataTypeProp const& type, Elements const& elements)
+inline Storage storageOf(Type const& type, Elements const& elements)
 {
     std::size_t const parts = elements.empty() ? 1 : elements[0].size();
     Storage storage(type, elements.size() * parts);
@@ -34,12 +34,11 @@ inline Storage storageOf(fxpDataTypeProp const& type, Elements const& elements)
 }
 
 /// A row unless `dims` says otherwise. The client is cleared of what it heard on the way.
-inline Number numberOf(fxpDataTypeProp const& type, Elements const& elements, RecordingClient& client,
+inline Number numberOf(Type const& type, Elements const& elements, RecordingClient& client,
                        Modes modes = {fxpModeRoundingFloor, 0}, Dims dims = {})
 {
     if (dims.empty()) dims = {1, elements.size()};
-    Number number(elements.size(), dims.size(), dims.data(), type, client,
-                  static_cast<fxpModeRounding_tag>(modes.round), static_cast<fxpModeOverflow_tag>(modes.sat),
+    Number number(elements.size(), dims.size(), dims.data(), type, client, modes.rounding(), modes.overflow(),
                   !elements.empty() && elements[0].size() == 2);
     number.copyDataIntoSIArray(storageOf(type, elements).data(), elements.size());
     client.clear();
@@ -67,7 +66,7 @@ inline Elements elementsOf(Number const& number)
 inline Dims dimsOf(Number const& number) { return {number.getDims(), number.getDims() + number.getNDims()}; }
 
 /// All values of a type of up to 4 bits, or interesting ones of a wider one; imaginary parts at random.
-inline Elements valuesOf(fxpDataTypeProp const& type, Random& random, bool isComplex, std::size_t atMost = 64)
+inline Elements valuesOf(Type const& type, Random& random, bool isComplex, std::size_t atMost = 64)
 {
     std::vector<Int> values = interestingStored(type, random, 6);
     if (type.wordLength <= 4) {

@@ -59,27 +59,21 @@ Int roundTo(Rational const& value, int mode, fxpModeRounding_tag cheapest)
     }
 }
 
-Int minStored(fxpDataTypeProp const& type)
+Int minStored(Type const& type)
 {
     return type.isSigned() ? Int(-(Int(1) << static_cast<unsigned>(type.wordLength - 1))) : Int(0);
 }
 
-Int maxStored(fxpDataTypeProp const& type)
-{
-    return (Int(1) << static_cast<unsigned>(type.getWordLengthNonSign())) - 1;
-}
+Int maxStored(Type const& type) { return (Int(1) << static_cast<unsigned>(type.getWordLengthNonSign())) - 1; }
 
-Int wrapTo(Int const& value, fxpDataTypeProp const& type)
+Int wrapTo(Int const& value, Type const& type)
 {
     Int const span = Int(1) << static_cast<unsigned>(type.wordLength);
     Int const low = modulo(value, span);
     return low > maxStored(type) ? Int(low - span) : low;
 }
 
-std::size_t chunkCount(fxpDataTypeProp const& type)
-{
-    return static_cast<std::size_t>(type.wordLength + 63) / 64;
-}
+std::size_t chunkCount(Type const& type) { return static_cast<std::size_t>(type.wordLength + 63) / 64; }
 
 std::vector<Chunk> chunksOf(Int const& value, std::size_t count)
 {
@@ -93,19 +87,16 @@ std::vector<Chunk> chunksOf(Int const& value, std::size_t count)
     return chunks;
 }
 
-std::vector<Chunk> chunksOf(Int const& value, fxpDataTypeProp const& type)
-{
-    return chunksOf(value, chunkCount(type));
-}
+std::vector<Chunk> chunksOf(Int const& value, Type const& type) { return chunksOf(value, chunkCount(type)); }
 
-Int valueOf(Chunk const* chunks, fxpDataTypeProp const& type)
+Int valueOf(Chunk const* chunks, Type const& type)
 {
     Int value = 0;
     for (std::size_t i = chunkCount(type); i-- > 0;) value = (value << 64) + chunks[i];
     return wrapTo(value, fixedType(type.isSigned(), static_cast<int>(64 * chunkCount(type))));
 }
 
-std::vector<Int> interestingStored(fxpDataTypeProp const& type, Random& random, int randomCount)
+std::vector<Int> interestingStored(Type const& type, Random& random, int randomCount)
 {
     Int const low = minStored(type), high = maxStored(type);
     std::vector<Int> candidates{0,        1,        -1,           low,     low + 1,  high,
@@ -127,13 +118,9 @@ std::vector<Int> interestingStored(fxpDataTypeProp const& type, Random& random, 
     return candidates;
 }
 
-Rational radixValue(Int const& stored, fxpDataTypeProp const& type)
-{
-    return scaled(stored, type.fixedExponent);
-}
+Rational radixValue(Int const& stored, Type const& type) { return scaled(stored, type.fixedExponent); }
 
-Outcome store(Rational const& units, fxpDataTypeProp const& type, int round, int sat,
-              fxpModeRounding_tag cheapest)
+Outcome store(Rational const& units, Type const& type, int round, int sat, fxpModeRounding_tag cheapest)
 {
     Int const rounded = roundTo(units, round, cheapest);
     Int const low = minStored(type), high = maxStored(type);
@@ -142,8 +129,7 @@ Outcome store(Rational const& units, fxpDataTypeProp const& type, int round, int
     return rounded < low ? Outcome{low, {Event::saturationToMin}} : Outcome{high, {Event::saturationToMax}};
 }
 
-Outcome convert(Int const& source, fxpDataTypeProp const& sourceType, fxpDataTypeProp const& type, int round,
-                int sat)
+Outcome convert(Int const& source, Type const& sourceType, Type const& type, int round, int sat)
 {
     long long const dropped = static_cast<long long>(type.fixedExponent) - sourceType.fixedExponent;
     Outcome outcome = store(scaled(source, -dropped), type, round, sat);
@@ -153,8 +139,8 @@ Outcome convert(Int const& source, fxpDataTypeProp const& sourceType, fxpDataTyp
     return outcome;
 }
 
-Outcome divide(Int const& a, fxpDataTypeProp const& aType, Int const& b, fxpDataTypeProp const& bType,
-               fxpDataTypeProp const& to, int round, int sat, fxpModeRounding_tag cheapest)
+Outcome divide(Int const& a, Type const& aType, Int const& b, Type const& bType, Type const& to, int round,
+               int sat, fxpModeRounding_tag cheapest)
 {
     Int const low = minStored(to), high = maxStored(to);
     if (b == 0) return {a < 0 ? low : high, {Event::divisionByZero}};
@@ -193,7 +179,7 @@ Outcome divide(Int const& a, fxpDataTypeProp const& aType, Int const& b, fxpData
     return q;
 }
 
-Outcome quantizeRadix(double value, fxpDataTypeProp const& type, int round, int sat)
+Outcome quantizeRadix(double value, Type const& type, int round, int sat)
 {
     if (value == 0.0 || std::isnan(value)) return {0, {}};
     if (std::isinf(value)) {
@@ -207,14 +193,14 @@ Outcome quantizeRadix(double value, fxpDataTypeProp const& type, int round, int 
     return outcome;
 }
 
-Outcome quantize(double value, fxpDataTypeProp const& type, int round, int sat)
+Outcome quantize(double value, Type const& type, int round, int sat)
 {
     if (value == type.bias || std::isnan(value)) return {0, {}};
     return quantizeRadix(std::isinf(value) ? value : (value - type.bias) / type.slopeAdjustmentFactor, type,
                          round, sat);
 }
 
-double readRadix(Int const& stored, fxpDataTypeProp const& type)
+double readRadix(Int const& stored, Type const& type)
 {
     double total = 0.0;
     std::vector<Chunk> const magnitude = chunksOf(abs(stored), chunkCount(type));
@@ -227,14 +213,14 @@ double readRadix(Int const& stored, fxpDataTypeProp const& type)
     return total;
 }
 
-double readRealWorld(Int const& stored, fxpDataTypeProp const& type)
+double readRealWorld(Int const& stored, Type const& type)
 {
     return readRadix(stored, type) * type.slopeAdjustmentFactor + type.bias;
 }
 
-ScaledOutcome scaledFromRadix(double value, fxpDataTypeProp const& type)
+ScaledOutcome scaledFromRadix(double value, Type const& type)
 {
-    fxpDataTypeProp const unscaled = fixedType(type.isSigned(), type.wordLength);
+    Type const unscaled = fixedType(type.isSigned(), type.wordLength);
     double const unit = std::ldexp(1.0, type.fixedExponent), units = value / unit;
     ScaledOutcome outcome{std::isfinite(value) ? units : value, {}};
     if (std::isnan(value)) return outcome;
@@ -245,14 +231,14 @@ ScaledOutcome scaledFromRadix(double value, fxpDataTypeProp const& type)
     return outcome;
 }
 
-ScaledOutcome scaledFromRealWorld(double value, fxpDataTypeProp const& type)
+ScaledOutcome scaledFromRealWorld(double value, Type const& type)
 {
     if (type.mode != fxpModeDataTypeScaledDouble || std::isnan(value)) return {value, {}};
     return scaledFromRadix(std::isfinite(value) ? (value - type.bias) / type.slopeAdjustmentFactor : value,
                            type);
 }
 
-double readScaled(double stored, fxpDataTypeProp const& type)
+double readScaled(double stored, Type const& type)
 {
     if (type.mode == fxpModeDataTypeDouble) return stored;
     // Repeated squaring overflows to infinity where a power of two with a negative exponent still has a

@@ -35,7 +35,7 @@ public:
     struct Record {
         Event event;
         std::vector<Chunk> chunks{};
-        fxpDataTypeProp type{};
+        Type type{};
         double wanted = 0.0;
         std::string identifier{};
         bool operator==(Record const& other) const
@@ -80,7 +80,7 @@ public:
     void handleDivisionByZero() override { hear({Event::divisionByZero}); }
     void handleScaledDoublePotentialOverflow() override { hear({Event::scaledDoubleOverflow}); }
     void handleScaledDoublePotentialUnderflow() override { hear({Event::scaledDoubleUnderflow}); }
-    void reportNetScalingDiagnostic(Chunk const* chunks, fxpDataTypeProp const& type, double wanted,
+    void reportNetScalingDiagnostic(Chunk const* chunks, Type const& type, double wanted,
                                     bool isSlope) override
     {
         int const bits = isSlope && netSlopeWordLength != 0 ? netSlopeWordLength : type.wordLength;

@@ -13,7 +13,7 @@ namespace orvextest
 {
 
 /// Bytes of one part, real or imaginary.
-inline std::size_t containerBytes(fxpDataTypeProp const& type)
+inline std::size_t containerBytes(Type const& type)
 {
     if (type.mode != fxpModeDataTypeFixed) return type.mode == fxpModeDataTypeSingle ? 4 : 8;
     for (int const bytes : {1, 2, 4, 8})
@@ -22,13 +22,13 @@ inline std::size_t containerBytes(fxpDataTypeProp const& type)
 }
 
 /// The chunks of a stored integer of a fixed-point type, at least one.
-inline std::vector<Chunk> patternOf(Int const& stored, fxpDataTypeProp const& type)
+inline std::vector<Chunk> patternOf(Int const& stored, Type const& type)
 {
     return chunksOf(stored, (containerBytes(type) + 7) / 8);
 }
 
 /// The same of a stored double.
-inline std::vector<Chunk> patternOf(double raw, fxpDataTypeProp const& type)
+inline std::vector<Chunk> patternOf(double raw, Type const& type)
 {
     bool const isSingle = type.mode == fxpModeDataTypeSingle;
     return {isSingle ? std::bit_cast<std::uint32_t>(static_cast<float>(raw)) : std::bit_cast<Chunk>(raw)};
@@ -38,7 +38,7 @@ inline std::vector<Chunk> patternOf(double raw, fxpDataTypeProp const& type)
 class Storage
 {
 public:
-    Storage(fxpDataTypeProp const& type, std::size_t parts, void const* from = nullptr)
+    Storage(Type const& type, std::size_t parts, void const* from = nullptr)
         : bytesPerPart_(containerBytes(type)), bytes_(parts * bytesPerPart_)
     {
         if (from != nullptr && parts != 0) std::memcpy(bytes_.data(), from, bytes_.size());
@@ -84,7 +84,7 @@ struct Stored {
     std::vector<Chunk> pattern;
     Events events;
 };
-inline Stored storedOf(double value, fxpDataTypeProp const& type, Modes modes)
+inline Stored storedOf(double value, Type const& type, Modes modes)
 {
     if (type.mode == fxpModeDataTypeFixed) {
         Outcome const outcome = quantize(value, type, modes.round, modes.sat);

@@ -9,7 +9,7 @@
 namespace orvextest
 {
 
-inline void checkStore(double value, fxpDataTypeProp const& type, int round, int sat)
+inline void checkStore(double value, Type const& type, int round, int sat)
 {
     SCOPED_TRACE(testing::PrintToString(value));
     Outcome const wanted = quantize(value, type, round, sat);

@@ -24,6 +24,7 @@ inline std::ostream& operator<<(std::ostream& out, fxpDataTypeProp const& type)
 namespace orvextest
 {
 
+using Type = fxpDataTypeProp;
 using Chunk = unsigned long long;
 
 inline constexpr std::array allRoundings{
@@ -41,6 +42,8 @@ inline char const* roundingName(int mode)
 /// The last part of a failure message: " Nearest wrap".
 struct Modes {
     int round, sat;
+    fxpModeRounding_tag rounding() const { return static_cast<fxpModeRounding_tag>(round); }
+    fxpModeOverflow_tag overflow() const { return static_cast<fxpModeOverflow_tag>(sat); }
     friend std::ostream& operator<<(std::ostream& out, Modes const& modes)
     {
         return out << ' ' << roundingName(modes.round) << (modes.sat ? " saturate" : " wrap");
@@ -70,38 +73,34 @@ inline std::ostream& operator<<(std::ostream& out, Event event)
     return out << names[static_cast<std::size_t>(event)];
 }
 
-inline fxpDataTypeProp fixedType(bool isSigned, int wordLength, int exponent = 0, double factor = 1.0,
-                                 double bias = 0.0)
+inline Type fixedType(bool isSigned, int wordLength, int exponent = 0, double factor = 1.0, double bias = 0.0)
 {
     return {isSigned, wordLength, factor, exponent, bias};
 }
 
-inline fxpDataTypeProp s(int bits, int exponent = 0, double factor = 1.0, double bias = 0.0)
+inline Type s(int bits, int exponent = 0, double factor = 1.0, double bias = 0.0)
 {
     return fixedType(true, bits, exponent, factor, bias);
 }
-inline fxpDataTypeProp u(int bits, int exponent = 0, double factor = 1.0, double bias = 0.0)
+inline Type u(int bits, int exponent = 0, double factor = 1.0, double bias = 0.0)
 {
     return fixedType(false, bits, exponent, factor, bias);
 }
-inline fxpDataTypeProp withMode(fxpDataTypeProp type, fxpModeDataType mode)
+inline Type withMode(Type type, fxpModeDataType mode)
 {
     type.mode = mode;
     return type;
 }
-inline fxpDataTypeProp scaledDouble(fxpDataTypeProp const& type)
-{
-    return withMode(type, fxpModeDataTypeScaledDouble);
-}
+inline Type scaledDouble(Type const& type) { return withMode(type, fxpModeDataTypeScaledDouble); }
 
 /// Word lengths at and around every change of container or chunk count.
 inline constexpr std::array seamWordLengths{1,  2,  7,   8,   9,   31,  32,  33,  63,
                                             64, 65, 100, 127, 128, 129, 192, 193, 300};
 
 /// Signed and unsigned binary-point types of all seam word lengths.
-inline std::vector<fxpDataTypeProp> seamTypes(int exponent = 0)
+inline std::vector<Type> seamTypes(int exponent = 0)
 {
-    std::vector<fxpDataTypeProp> types;
+    std::vector<Type> types;
     for (int const bits : seamWordLengths)
         for (bool const isSigned : {false, true}) types.push_back(fixedType(isSigned, bits, exponent));
     return types;
@@ -149,7 +148,7 @@ public:
     }
 
     /// A binary-point type of 1 to `maxWordLength` bits, half of them at a seam.
-    fxpDataTypeProp radixType(int maxWordLength, int minExponent, int maxExponent)
+    Type radixType(int maxWordLength, int minExponent, int maxExponent)
     {
         int bits = between(1, maxWordLength);
         if (int const seam = pick(seamWordLengths); coin() && seam <= maxWordLength) bits = seam;
@@ -158,7 +157,7 @@ public:
 
     /// A double of few or many significant bits, from far below one unit of `type` to somewhat beyond its
     /// range.
-    double doubleNear(fxpDataTypeProp const& type)
+    double doubleNear(Type const& type)
     {
         double const mantissa = static_cast<double>((bits() >> between(11, 63)) | 1);
         double const value = std::ldexp(mantissa, type.fixedExponent + between(-56, type.wordLength + 3) -
