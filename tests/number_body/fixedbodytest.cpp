@@ -62,12 +62,12 @@ void checkFixedElement(Value const& a, Value const& b, Value const& c, Modes mod
     SCOPED_TRACE(testing::Message() << (isSelf ? "with itself" : "with ") << b << " and " << c);
     auto const binary = [&](char const* name, auto run, auto model) {
         Model wanted(a, modes);
-        model(wanted);
-        wanted.check(name, a, [&](N& it) { run(it, isSelf ? &it : heldB.body()); });
+        std::invoke(model, wanted);
+        wanted.check(name, a, [&](N& it) { std::invoke(run, it, isSelf ? &it : heldB.body()); });
     };
     auto const unary = [&](char const* name, auto run, auto model) {
         binary(
-            name, [&](N& it, auto) { run(it); }, model);
+            name, [&](N& it, auto) { std::invoke(run, it); }, model);
     };
     auto const shift = [&](std::string const& name, auto count, auto run, auto model) {
         unary((name + " by " + std::to_string(count)).c_str(), [&](N& it) { (it.*run)(count); },
@@ -76,32 +76,32 @@ void checkFixedElement(Value const& a, Value const& b, Value const& c, Modes mod
 
     if (!b.isFixed() ||
         (a.type.slopeAdjustmentFactor == b.type.slopeAdjustmentFactor && a.type.bias == b.type.bias)) {
-        binary("assignNumber", std::mem_fn(&N::assignNumber), [&](Model& e) { e.assign(b); });
-        binary("plusEquals", std::mem_fn(&N::plusEquals), [&](Model& e) { e.plus(1, b); });
-        binary("minusEquals", std::mem_fn(&N::minusEquals), [&](Model& e) { e.plus(-1, b); });
-        binary("imagEquals", std::mem_fn(&N::imagEquals), [&](Model& e) {
+        binary("assignNumber", &N::assignNumber, [&](Model& e) { e.assign(b); });
+        binary("plusEquals", &N::plusEquals, [&](Model& e) { e.plus(1, b); });
+        binary("minusEquals", &N::minusEquals, [&](Model& e) { e.plus(-1, b); });
+        binary("imagEquals", &N::imagEquals, [&](Model& e) {
             if (e.isComplex()) e.put(1, e.converted(b, 0));
         });
-        binary("imagPlusEquals", std::mem_fn(&N::imagPlusEquals), [&](Model& e) {
+        binary("imagPlusEquals", &N::imagPlusEquals, [&](Model& e) {
             if (e.isComplex() && !e.refuses(b)) e.add(1, 1, b, 0);
         });
     }
     // Of a longer product only the bits of the word count.
     if (!a.isMultiWord() || a.parts[0] == wrapTo(a.parts[0], a.type))
-        binary("timesEquals", std::mem_fn(&N::timesEquals), [&](Model& e) { e.times(b); });
+        binary("timesEquals", &N::timesEquals, [&](Model& e) { e.times(b); });
     binary(
         "isProductOf", [&](N& it, auto other) { it.isProductOf(other, heldC.body()); },
         [&](Model& e) { e.combine(b, c, false); });
     binary(
         "isQuotientOf", [&](N& it, auto other) { it.isQuotientOf(other, heldC.body()); },
         [&](Model& e) { e.combine(b, c, true); });
-    binary("assignImagOf", std::mem_fn(&N::assignImagOf), [&](Model& e) {
+    binary("assignImagOf", &N::assignImagOf, [&](Model& e) {
         if (!e.isComplex()) e.now[0] = inContainer(e.bitsOf(b, 1), a.type);
     });
-    binary("bitAndEqual", std::mem_fn(&N::bitAndEqual), [&](Model& e) { e.combineBits(b, std::bit_and{}); });
-    binary("bitOrEqual", std::mem_fn(&N::bitOrEqual), [&](Model& e) { e.combineBits(b, std::bit_or{}); });
-    binary("bitXorEqual", std::mem_fn(&N::bitXorEqual), [&](Model& e) { e.combineBits(b, std::bit_xor{}); });
-    unary("bitCmp", std::mem_fn(&N::bitCmp), std::mem_fn(&Model::complement));
+    binary("bitAndEqual", &N::bitAndEqual, [&](Model& e) { e.combineBits(b, std::bit_and{}); });
+    binary("bitOrEqual", &N::bitOrEqual, [&](Model& e) { e.combineBits(b, std::bit_or{}); });
+    binary("bitXorEqual", &N::bitXorEqual, [&](Model& e) { e.combineBits(b, std::bit_xor{}); });
+    unary("bitCmp", &N::bitCmp, &Model::complement);
 
     int const bits = a.type.wordLength, bit = random.between(1, bits), n = random.between(1, bits + 70);
     for (int const at : {bit, bits})
@@ -146,7 +146,7 @@ void checkFixedElement(Value const& a, Value const& b, Value const& c, Modes mod
             if (e.isComplex()) e.put(1, stored);
         });
     auto const limit = [&](auto run, Int const& value) { // a complex body has no limits
-        unary("limit", std::mem_fn(run), [&](Model& e) { e.now[0] = e.isComplex() ? e.now[0] : value; });
+        unary("limit", run, [&](Model& e) { e.now[0] = e.isComplex() ? e.now[0] : value; });
     };
     limit(&N::setMaxRWValue, maxStored(a.type));
     limit(&N::setMinRWValue, minStored(a.type));

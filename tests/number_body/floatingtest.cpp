@@ -95,6 +95,21 @@ TEST(FloatingBodies, TruncateToIntegersAndShiftByPowersOfTwo)
         }
 }
 
+TEST(FloatingBodies, LimitsOfTheirTypes)
+{
+    using D = std::numeric_limits<double>;
+    using F = std::numeric_limits<float>;
+    for (auto const& [type, most, least, leastPositive] :
+         {std::tuple(real, D::max(), D::lowest(), D::min()),
+          std::tuple(narrow, 1.0 * F::max(), 1.0 * F::lowest(), 1.0 * F::min()),
+          std::tuple(scaledDouble(s(8, 3, 1.5, 2.0)), 127.0, -128.0, 1.0),
+          std::tuple(scaledDouble(u(70)), 0x1p70, 0.0, 1.0)}) {
+        expectAfter(raw(type, 6.5), most, {}, std::mem_fn(&N::setMaxRWValue));
+        expectAfter(raw(type, 6.5), least, {}, std::mem_fn(&N::setMinRWValue));
+        expectAfter(raw(type, 6.5), leastPositive, {}, std::mem_fn(&N::setMinPositiveRWValue));
+    }
+}
+
 /// Floats take the real-world value; scaled doubles Q as it is of their own type, and otherwise the value
 /// through the plan of such a cast.
 TEST(FloatingBodies, AssignmentFromEveryKind)

@@ -182,12 +182,9 @@ Outcome divide(Int const& a, Type const& aType, Int const& b, Type const& bType,
 Outcome quantizeRadix(double value, Type const& type, int round, int sat)
 {
     if (value == 0.0 || std::isnan(value)) return {0, {}};
-    if (std::isinf(value)) {
-        if (sat == 0) return {0, {Event::wrap}};
-        return value > 0 ? Outcome{maxStored(type), {Event::saturationToMax}}
-                         : Outcome{minStored(type), {Event::saturationToMin}};
-    }
-    Rational const units = exactly(value, -std::clamp<long long>(type.fixedExponent, -far, far));
+    Rational const units = std::isinf(value)
+                               ? scaled(value > 0 ? 1 : -1, 2 * far)
+                               : exactly(value, -std::clamp<long long>(type.fixedExponent, -far, far));
     Outcome outcome = store(units, type, round, sat, fxpModeRoundingZero);
     if (units > 0 && units < 1) outcome.events.insert(outcome.events.begin(), Event::underflow);
     return outcome;

@@ -60,9 +60,7 @@ public:
     /// What the whole container holds.
     Int integer(std::size_t part, bool isSigned) const
     {
-        Int value = 0;
-        std::vector<Chunk> const chunks = pattern(part);
-        for (std::size_t i = chunks.size(); i-- > 0;) value = (value << 64) + chunks[i];
+        Int const value = valueOf(pattern(part).data(), u(static_cast<int>(8 * bytesPerPart_)));
         return wrapTo(value, fixedType(isSigned, static_cast<int>(8 * bytesPerPart_)));
     }
     bool operator==(Storage const&) const = default;
