@@ -94,6 +94,10 @@ Case randomCase(Random& random, Operation const& operation)
     if (random.between(0, 3) == 0) c.product = c.target;
     if (operation.kind == Operation::ofReals && random.between(0, 9) == 0) // which few threads would share
         c.target.wordLength = random.between(129, 200);
+    if (operation.kind == Operation::ofReals && random.between(0, 15) == 0) {
+        c.target.fixedExponent = random.pick(std::array{-1070, -1022, 1000, 1023});
+        c.target.slopeAdjustmentFactor = random.pick(std::array{1.0, 1.1, -1.25, 0.0});
+    }
     if (operation.kind == Operation::ofReals && random.between(0, 9) == 0)
         c.target.mode = random.pick(
             std::array{fxpModeDataTypeScaledDouble, fxpModeDataTypeDouble, fxpModeDataTypeSingle});
@@ -276,8 +280,9 @@ std::vector<Operation> const operations{
 TEST(Bulk, LeavesAndTellsWhatElementsByThemselvesDo)
 {
     Random random(7);
-    for (std::size_t round = 0; round < 10000; ++round) {
-        Operation const& operation = operations[round % operations.size()];
+    for (int round = 0; round < 10000; ++round) {
+        // Those that compute have more to choose from.
+        Operation const& operation = operations[random.below(round % 4 == 0 ? operations.size() : 7)];
         Case const c = randomCase(random, operation);
         Trace wanted = run(c, operation, false), got = run(c, operation, true);
         if (c.isShared) std::ranges::sort(wanted.events), std::ranges::sort(got.events);
@@ -314,6 +319,33 @@ TEST(Bulk, ThrowingHookReachesTheCallerAndEveryElementIsOldOrNew)
                 << kept << ' ' << changed; // the rest was cancelled
             EXPECT_EQ(changed, std::ssize(client.events()));
         }
+}
+
+TEST(Bulk, BodiesTakeAnyCount)
+{
+    for (unsigned long long const count : {0U, 1U, 3U})
+        for (std::size_t const targets : {1U, 3U})
+            for (std::size_t const sources : {1U, 3U}) {
+                RecordingClient client;
+                Storage to = storageOf(s(8), Elements(targets, {9})),
+                        from = storageOf(u(70), sources == 1 ? Elements{{1}} : Elements{{1}, {300}, {3}});
+                auto const body = [&](Storage& storage, Type const& type) {
+                    return std::unique_ptr<NumberBody>(NumberBodyFactory::createNumberBody(
+                        storage.data(), type, client, storage.parts(), fxpModeRoundingFloor,
+                        fxpModeOverflowSaturate, false));
+                };
+                auto const target = body(to, s(8)), source = body(from, u(70));
+                target->setIndex(2), source->setIndex(2); // of no meaning here
+                std::array<bool, 3> out{true, true, true};
+                target->arrayCompareParallel(source.get(), out.data(), count);
+                target->arrayAssignParallel(source.get(), count);
+                Elements want(targets, {9});
+                for (std::size_t k = 0; k < count; ++k)
+                    want[k % targets] = {sources == 1 || k == 0 ? 1 : k == 1 ? 127 : 3};
+                EXPECT_EQ(to, storageOf(s(8), want)) << count;
+                EXPECT_EQ(out, (std::array<bool, 3>{count < 1, count < 2, count < 3}));
+                EXPECT_EQ(client.events(), Events(count == 3 && sources == 3, Event::saturationToMax));
+            }
 }
 
 } // namespace

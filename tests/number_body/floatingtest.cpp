@@ -119,7 +119,8 @@ TEST(FloatingBodies, AssignmentFromEveryKind)
     // Through a power of two that is infinite or zero, and past any word.
     Type const high = scaledDouble(s(8, 1100)), low = scaledDouble(s(8, -1100, 1.0, 2.0));
     for (double const value : {3.0, 0.0, 1e300, infinity, -infinity, nan_})
-        for (Type const& type : {high, low, real, narrow}) sources.push_back(raw(type, value));
+        for (Type const& type : {high, low, real, narrow, withMode(high, fxpModeDataTypeDouble)})
+            sources.push_back(raw(type, value));
     for (int i = 0; i < 4000; ++i)
         sources.push_back(anyValue(random, random.pick(std::array{8, 16, 64, 300}), true, true));
     for (std::size_t i = 0; i < sources.size(); ++i) {
@@ -162,6 +163,16 @@ TEST(ScaledDouble, StoresInUnitsUnquantizedAndReadsBack)
             Value const stored{scaledDouble(type), {}, value};
             EXPECT_TRUE(sameDouble(Held(stored)->getRWDoubleValue(), realWorldOf(stored))) << stored;
         }
+}
+
+TEST(ScaledDouble, IsADoubleWhereItsRecordSaysSo)
+{
+    Held held(raw(scaled16, 2.0));
+    held->dataType().mode = fxpModeDataTypeDouble;
+    for (double const value : specialDoubles()) {
+        held->assignDouble(&value);
+        EXPECT_TRUE(sameDouble(held->getRWDoubleValue(), value) && held.client.events().empty()) << value;
+    }
 }
 
 /// Up to 2^62, above alone, stored doubles are signed integers of 64 bits; beyond they go through the bits of

@@ -1,3 +1,4 @@
+#include "multiword/chunkarith.h"
 #include "support/model.h"
 
 namespace
@@ -94,6 +95,22 @@ TEST(ChunkDivide, LongOperands)
             if (sat || to.fixedExponent > whole - 1000)
                 check(to, a, aType, b, bType, {random.between(-1, 7), sat});
     }
+}
+
+/// Even where it has the type of the exact one.
+TEST(ChunkProduct, MayLieOnItsOperands)
+{
+    namespace mw = ORVEX::multiword;
+    Random random(23);
+    for (Int const& x : interestingStored(s(128), random, 9))
+        for (int const at : {0, 2, 4}) {
+            std::vector<Chunk> place = chunksOf(x, 8);
+            std::ranges::copy(chunksOf(x, 2), place.begin() + at);
+            RecordingClient client;
+            mw::multiplyInto(client, mw::ChunkTarget(place.data(), 4), s(256), place.data() + at, s(128),
+                             mw::Two(), place.data() + at, s(128), mw::Two(), fxpModeRoundingFloor, 0);
+            EXPECT_EQ(valueOf(place.data(), s(256)), x * x) << at;
+        }
 }
 
 } // namespace
