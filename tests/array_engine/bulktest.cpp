@@ -234,7 +234,8 @@ auto compares(bool* (Number::*run)(Number const&, bool*) const)
 template <class T>
 auto reads(T* (Number::*all)(T*) const, double (Number::*real)() const, double (Number::*imag)() const)
 {
-    return [=](Number&, Number& a, Number&, Case const&, std::size_t, Bytes& out) {
+    return [=](Number&, Number& a, Number&, Case const& c, std::size_t, Bytes& out) {
+        if (c.scalarB) a.setIsSigned(!a.isSigned()); // the words stay as they are
         std::vector<T> values(a.getNumberOfElements() * (a.isComplex() ? 2 : 1));
         if (!a.isScalar()) (a.*all)(values.data());
         if (a.isScalar()) values[0] = static_cast<T>((a.*real)());

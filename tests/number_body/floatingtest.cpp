@@ -118,7 +118,7 @@ TEST(FloatingBodies, AssignmentFromEveryKind)
     std::vector<Value> sources;
     // Through a power of two that is infinite or zero, and past any word.
     Type const high = scaledDouble(s(8, 1100)), low = scaledDouble(s(8, -1100, 1.0, 2.0));
-    for (double const value : {3.0, 0.0, 1e300, infinity, -infinity, nan_})
+    for (double const value : {3.0, 0.0, -0.0, 1e300, infinity, -infinity, nan_})
         for (Type const& type : {high, low, real, narrow, withMode(high, fxpModeDataTypeDouble)})
             sources.push_back(raw(type, value));
     for (int i = 0; i < 4000; ++i)
