@@ -19,10 +19,10 @@ TEST(Quantize, AgreesWithRationals)
     for (int i = 0; i < 30000; ++i) {
         // Exponents far outside the word, no scaling at all, and quotients beyond a double.
         Type type = random.radixType(random.pick(std::array{4, 64, 320}), -150, 150);
+        double value = random.coin() ? random.pick(specialDoubles()) : random.doubleNear(type);
         if (i % 4 == 0)
             type.fixedExponent =
                 random.pick(std::array{0, -7, -400, 400, -1074, 1100, -5000, INT_MAX, INT_MIN});
-        double value = random.coin() ? random.pick(specialDoubles()) : random.doubleNear(type);
         if (i % 4 == 1) { // about a quarter of a unit
             value = std::ldexp(random.between(-99, 99), type.fixedExponent - 2);
             value = std::nextafter(value, random.pick(std::array{-infinity, value, infinity}));
