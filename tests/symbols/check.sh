@@ -1,8 +1,16 @@
 #!/bin/sh
-# Compares the dynamic symbols of a library with a list of names, both ways. Arguments: nm, library, list.
+# Compares the dynamic symbols of a library with the classes, functions and objects of a list (exported.txt says what
+# stands in one), both ways. Arguments: nm, library, list.
 symbols=$("$1" -D --defined-only -C "$2") || exit 1
 printf '%s\n' "$symbols" | LC_ALL=C awk -v list="$3" '
-    BEGIN { while ((getline line < list) > 0) if (line !~ /^(#|$)/) intended[line] = 1 }
+    BEGIN {
+        while ((getline line < list) > 0) {
+            if (line ~ /^(#|$| |both:|header )/) continue
+            count = split(line ~ /^([a-z]+ )?class / ? line : substr(line, index(line, ": ") + 2), words, " ")
+            if (line ~ /^([a-z]+ )?class /) intended[words[words[1] == "class" ? 2 : 3]] = 1
+            else for (i = 1; i <= count; ++i) intended[words[i]] = 1
+        }
+    }
     {
         symbol = substr($0, index($0, " ") + 3) # after the address and a letter
         name = symbol
