@@ -1,212 +1,229 @@
 /// Every public operation with each of its allocations failing in turn: nothing leaks, what is only read
 /// stays as it was, what is written is old or new element by element, and the same operation then succeeds.
+/// Then the same operations with hooks that throw, and on numbers that share their storage.
 #include "support/allocations.h"
 #include "support/numbers.h"
 
 #include <orvex/orvex.h>
+#include <orvex/text/type.h>
+#include <orvex/text/value.h>
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string_view>
 
 namespace
 {
 using namespace orvextest;
+using namespace ORVEX::text;
 using Type = fxpDataTypeProp;
+using N = Number;
 
 constexpr auto nearest = fxpModeRoundingNearest;
 constexpr auto saturate = fxpModeOverflowSaturate;
 constexpr auto share = NumberUtils::copyIndexOnly;
-Type const T = fixedType(true, 200, -60), Odd = fixedType(true, 24, -9, 1.3, 0.7);
+Type const T = s(200, -60), Odd = s(24, -9, 1.3, 0.7);
+Type const biased = u(8, 0, 1.0, 300.0); // without a stored integer for 0.0
+Dims const fourDims{3, 1, 1, 1};
+Storage lent(s(300), 2000);
 
 /// Operands of an operation: `a` may be written, the others are read.
 struct World {
     RecordingClient client;
     std::vector<double> values;
-    Number a, b, one;
+    N a, b, one;
     World(Type const& type, std::size_t count, bool isComplex)
         : values(2 * count, 2.5), a(make(type, count, isComplex, 1)), b(make(type, count, isComplex, 2)),
           one(make(type, 1, isComplex, 3))
     {
         client.clear();
     }
-    Number make(Type const& type, std::size_t count, bool isComplex, int first)
+    N make(Type const& type, std::size_t count, bool isComplex, int first)
     {
         std::vector<double> content(2 * count);
         for (std::size_t i = 0; i < content.size(); ++i) content[i] = first + static_cast<double>(i % 5) / 2;
-        return Number(content.data(), type, client, count, nearest, saturate, isComplex);
+        return N(content.data(), type, client, count, nearest, saturate, isComplex);
     }
 };
-using Run = std::function<void(World&)>;
-using N = Number;
 
-std::vector<std::pair<char const*, Run>> const readers{
-    {"value", [](World& w) { N(1.5, w.a.getDataType(), w.client, nearest, saturate); }},
-    {"complex value", [](World& w) { N(1.5, 2.5, w.a.getDataType(), w.client, nearest, saturate); }},
-    {"array",
-     [](World& w) {
-         N(w.values.data(), w.a.getDataType(), w.client, w.values.size(), nearest, saturate, false);
-     }},
-    {"pairs",
-     [](World& w) { N(w.values.data(), w.values.data(), T, w.client, w.values.size(), nearest, saturate); }},
-    {"copies", [](World& w) { N copy(w.a), twin(w.a, share), cast(w.a, Odd, nearest, saturate); }},
-    {"Cast", [](World& w) { ORVEX::Cast(Odd, w.client, nearest, saturate)(w.a); }},
-    {"reads",
-     [](World& w) {
-         std::unique_ptr<double[]> const real(w.a.getAllRWDoubleValues()), stored(w.a.getAllSIDoubleValues());
-         std::unique_ptr<float[]> const single(w.a.getAllRWSingleValues());
-         w.a.getRWDoubleValue(), w.a.getSIDoubleValue(), w.a.getSIArrayInHex();
-     }},
-    {"extremes", [](World& w) { w.a.getMaxSIValue(), w.a.getMinSIValue(); }},
-    {"reinterpretations", [](World& w) { w.a.stripScaling(), w.a.reinterpretCast(T), w.a.rescale(T); }},
-    {"parts", [](World& w) { w.a.real(), w.a.imag(), w.a.realArray(), delete &w.a.imagArray(); }},
-    {"transpositions", [](World& w) { w.a.transpose(), w.a.ctranspose(); }},
-    {"disp", [](World& w) { w.a.disp(); }},
-    {"output types",
-     [](World& w) {
-         N const& a = w.b;
-         a.setDataTypeForBinaryOpOutput(Odd), a.setDataTypeForNonAssignmentOpPlus(T),
-             a.setDataTypeForNonAssignmentOpTimes(T);
-         N const twin(a, share);
-         a + w.a, a - w.a, a* w.a;
-         a.resetDataTypeForBinaryOpOutput(), a.resetDataTypeForNonAssignmentOpPlus(),
-             a.resetDataTypeForNonAssignmentOpTimes();
-     }},
-    {"+", [](World& w) { w.a + w.b; }},
-    {"-", [](World& w) { w.a - w.one; }},
-    {"*", [](World& w) { w.a* w.b; }},
-    {"divide", [](World& w) { N::divide(w.a, w.b, T); }},
-    {"arrayPlus",
-     [](World& w) { N::arrayPlus(w.a, w.b), N::arrayPlus(w.a, w.one, T), N::arrayPlus(w.one, w.b, T, Odd); }},
-    {"arrayMinus",
-     [](World& w) {
-         N::arrayMinus(w.a, w.b), N::arrayMinus(w.a, w.one, T), N::arrayMinus(w.a, w.b, T, Odd);
-     }},
-    {"arrayTimes", [](World& w) { N::arrayTimes(w.a, w.b), N::arrayTimes(w.a, w.b, T); }},
-    {"arrayTimes, out",
-     [](World& w) { N::arrayTimes(w.a, w.b, T, Odd), N::arrayTimes(w.a, w.one, T, T, Odd); }},
-    {"arrayDivide", [](World& w) { N::arrayDivide(w.a, w.b, T), N::arrayDivide(w.a, w.one, Odd); }},
-    {"compares",
-     [](World& w) {
-         (void)(w.a == w.b), (void)(w.a != w.b), (void)(w.a < w.b), (void)(w.a > w.b), (void)(w.a <= w.b),
-             (void)(w.a >= w.b);
-     }},
-    {"array compares",
-     [](World& w) {
-         for (auto const compare :
-              {&N::arrayIsEqual, &N::arrayIsNotEqual, &N::arrayIsLessThan, &N::arrayIsGreaterThan,
-               &N::arrayIsLessThanOrEqualTo, &N::arrayIsGreaterThanOrEqualTo})
-             std::unique_ptr<bool[]> const results((w.a.*compare)(w.b, nullptr));
-     }},
-    {"bit logic",
-     [](World& w) { N::bitAnd(w.a, w.b), N::bitOr(w.a, w.b), N::bitXor(w.a, w.b), N::bitCmp(w.a); }},
-    {"array bit logic",
-     [](World& w) {
-         N::arrayBitAnd(w.a, w.b), N::arrayBitOr(w.a, w.b), N::arrayBitXor(w.a, w.b), N::arrayBitCmp(w.a);
-     }},
-    {"bits",
-     [](World& w) { w.a.bitGet(2), w.a.getLSB(), w.a.getMSB(), w.a.arrayGetLSB(), w.a.arrayGetMSB(); }},
-    {"listed bits",
-     [](World& w) {
-         w.a.arrayBitGet({2}), w.one.arrayBitGet({1, 2, 3});
-     }},
-    {"shapes that disagree", [](World& w) { N::arrayPlus(w.make(T, 2, false, 0), w.make(T, 4, false, 0)); }},
-    {"bit out of range", [](World& w) { w.a.bitGet(1000); }},
-};
+enum Zeros { untold, none, once, perElement, perPart };
 
-std::vector<std::pair<char const*, Run>> const writers{
-    {"= double", [](World& w) { w.a = 1.25; }},
-    {"= doubles", [](World& w) { w.a = w.values.data(); }},
-    {"= number", [](World& w) { w.a = w.b; }},
-    {"= number of another type", [](World& w) { w.a = N(7.0, Odd, w.client, nearest, saturate); }},
-    {"setValue", [](World& w) { w.a.setValue(w.values.data()); }},
-    {"arrayEquals", [](World& w) { N::arrayEquals(w.a, w.b); }},
-    {"arrayEquals of one", [](World& w) { N::arrayEquals(w.a, w.one); }},
-    {"arrayEquals of another type", [](World& w) { N::arrayEquals(w.a, N(w.b, Odd, nearest, saturate)); }},
-    {"extremes", [](World& w) { w.a.setMaxRWValue(), w.a.setMinRWValue(), w.a.setMinPositiveRWValue(); }},
-    {"+=", [](World& w) { w.a += w.b; }},
-    {"-=", [](World& w) { w.a -= N(1.0, Odd, w.client, nearest, saturate); }},
-    {"*=", [](World& w) { w.a *= w.b; }},
-    {"arrayPlusEquals", [](World& w) { w.a.arrayPlusEquals(w.b); }},
-    {"bitSet", [](World& w) { w.a.bitSet(1, true); }},
-    {"arrayBitSet", [](World& w) { w.a.arrayBitSet({2}); }},
-    {"shifts", [](World& w) { w.a.bitShiftRightArith(1); }},
-    {"left shift", [](World& w) { w.a.bitShiftArith(70); }},
-    {"array shift", [](World& w) { w.a.arrayBitShiftRightLogical(1); }},
-    {"array left shift", [](World& w) { w.a.arrayBitShiftArith(3); }},
-    {"rotation", [](World& w) { w.a.bitRotateLeft(3); }},
-    {"array rotation", [](World& w) { w.a.arrayBitRotateRight(3); }},
+/// An operation, called by its text. Some fill parts of a new number with 0.0, and tell of it.
+struct Operation {
+    std::string_view name;
+    void (*run)(World&);
+    Zeros zeros = untold;
+    Event ofBiased = Event::saturationToMin;
+    Operation fills(Zeros count, Event event = Event::saturationToMin) const
+    {
+        return {name, run, count, event};
+    }
 };
+// clang-format off
+#define RUN(...) Operation{#__VA_ARGS__, [](World& w) { \
+    [[maybe_unused]] auto& [client, values, a, b, one] = w; (void)(__VA_ARGS__); }}
+// clang-format on
+template <class... All>
+std::vector<Operation> list(All const&... operations)
+{
+    return {operations...};
+}
+template <class... Results>
+void use(Results&&...)
+{
+}
+
+void compareArrays(N const& a, N const& b)
+{
+    for (auto const compare :
+         {&N::arrayIsEqual, &N::arrayIsNotEqual, &N::arrayIsLessThan, &N::arrayIsGreaterThan,
+          &N::arrayIsLessThanOrEqualTo, &N::arrayIsGreaterThanOrEqualTo})
+        std::unique_ptr<bool[]> const results((a.*compare)(b, nullptr));
+}
+
+std::vector<Operation> const readers = list(
+    RUN(N(1.5, a.getDataType(), client, nearest, saturate)),
+    RUN(N(1.5, 2.5, a.getDataType(), client, nearest, saturate)),
+    RUN(N(values.data(), a.getDataType(), client, values.size(), nearest, saturate, false)),
+    RUN(N(values.data(), values.data(), T, client, values.size(), nearest, saturate)),
+    RUN(N(lent.data(), a.getDataType(), client, 2, nearest, saturate, true)).fills(none),
+    RUN(N(a.getNumberOfElements(), 4, fourDims.data(), biased, client, nearest, saturate, a.isComplex()))
+        .fills(perPart),
+    RUN(N(a)).fills(none), RUN(N(a, share)).fills(none), RUN(N(a, Odd, nearest, saturate)),
+    RUN(N(a, biased, nearest, saturate)).fills(perPart),
+    RUN(ORVEX::Cast(biased, client, nearest, saturate)(a)).fills(perPart),
+    RUN(std::unique_ptr<double[]>(a.getAllRWDoubleValues())).fills(none), RUN(a.getMaxSIValue()).fills(none),
+    RUN(a.getMinSIValue()).fills(none), RUN(a.stripScaling()).fills(none), RUN(a.rescale(T)),
+    RUN(a.rescale(biased)).fills(perPart), RUN(a.reinterpretCast(T)),
+    RUN(a.reinterpretCast(biased)).fills(perPart, Event::wrap), RUN(a.real()).fills(once),
+    RUN(a.imag()).fills(once), RUN(a.realArray()).fills(perElement),
+    RUN(std::unique_ptr<N>(&a.imagArray())).fills(perElement), RUN(a.transpose()).fills(perPart),
+    RUN(a.ctranspose()).fills(perPart), RUN(a.disp()),
+    RUN(b.setDataTypeForBinaryOpOutput(Odd), b.setDataTypeForNonAssignmentOpPlus(T),
+        b.setDataTypeForNonAssignmentOpTimes(T), N(b, share), b + a, b - a, b* a,
+        b.resetDataTypeForBinaryOpOutput(), b.resetDataTypeForNonAssignmentOpPlus(),
+        b.resetDataTypeForNonAssignmentOpTimes()),
+    RUN(a + b), RUN(a - one), RUN(a* b), RUN(N::divide(a, b, T)), RUN(N::arrayPlus(a, b)),
+    RUN(N::arrayPlus(a, one, T)), RUN(N::arrayPlus(one, b, T, Odd)), RUN(N::arrayMinus(a, b)),
+    RUN(N::arrayMinus(a, one, T)), RUN(N::arrayMinus(a, b, T, Odd)), RUN(N::arrayTimes(a, b)),
+    RUN(N::arrayTimes(a, b, T)), RUN(N::arrayTimes(a, b, T, Odd)), RUN(N::arrayTimes(a, one, T, T, Odd)),
+    RUN(N::arrayDivide(a, b, T)), RUN(N::arrayDivide(a, one, Odd)), RUN(N::bitAnd(a, b)), RUN(N::bitOr(a, b)),
+    RUN(N::bitXor(a, b)), RUN(N::bitCmp(a)), RUN(N::arrayBitAnd(a, b)), RUN(N::arrayBitOr(a, b)),
+    RUN(N::arrayBitXor(a, b)), RUN(N::arrayBitCmp(a)), RUN(a.bitGet(2)), RUN(a.getLSB()), RUN(a.getMSB()),
+    RUN(a.arrayGetLSB()), RUN(a.arrayGetMSB()), RUN(a.arrayBitGet({2})), RUN(one.arrayBitGet({1, 2, 3})),
+    RUN(N::arrayPlus(w.make(T, 2, false, 0), w.make(T, 4, false, 0))), RUN(a.bitGet(1000)), RUN(toDecimal(a)),
+    RUN(toDecimal(a, 2)), RUN(toHex(a)), RUN(toBinary(a)), RUN(ORVEX::text::toString(a)),
+    RUN(use(a == b, a != b, a<b, a> b, a <= b, a >= b)), RUN(compareArrays(a, b)),
+    RUN(use(std::unique_ptr<double[]>(a.getAllSIDoubleValues()),
+            std::unique_ptr<float[]>(a.getAllRWSingleValues()), a.getRWDoubleValue(), a.getSIDoubleValue(),
+            a.getSIArrayInHex())));
+
+std::vector<Operation> const writers =
+    list(RUN(a = 1.25), RUN(a = values.data()), RUN(a = b), RUN(a = N(7.0, Odd, client, nearest, saturate)),
+         RUN(a.setValue(values.data())), RUN(N::arrayEquals(a, b)), RUN(N::arrayEquals(a, one)),
+         RUN(N::arrayEquals(a, N(b, Odd, nearest, saturate))), RUN(a.setMaxRWValue()), RUN(a.setMinRWValue()),
+         RUN(a.setMinPositiveRWValue()), RUN(a += b), RUN(a -= N(1.0, Odd, client, nearest, saturate)),
+         RUN(a *= b), RUN(a.arrayPlusEquals(b)), RUN(a.bitSet(1, true)), RUN(a.arrayBitSet({2})),
+         RUN(a.bitShiftRightArith(1)), RUN(a.bitShiftArith(70)), RUN(a.arrayBitShiftRightLogical(1)),
+         RUN(a.arrayBitShiftArith(3)), RUN(a.bitRotateLeft(3)), RUN(a.arrayBitRotateRight(3)),
+         RUN(fromDecimal(a, "2.71828")), RUN(fromHex(a, "0x1")), RUN(fromBinary(a, "0b10")));
+
+/// These give a number storage or shape of its own, or not: all or nothing.
+std::vector<Operation> const shapers = list(
+    RUN(a.setDataTypeForBinaryOpOutput(s(9))).fills(none), RUN(a.setNumberOfElements(1200)).fills(none),
+    RUN(a.setNumberOfElements(1)).fills(none), RUN(a.setSIArray(lent.data())).fills(none),
+    RUN(a.setNDims(4)).fills(none), RUN(a.setDims(fourDims.data())).fills(none),
+    RUN(a.setFixedExponent(5), a.setIsSigned(true), a.setOverflowMode(fxpModeOverflowWrap), a.setIndex(1))
+        .fills(none),
+    RUN(a.setWordLength(a.getWordLength() - 1)).fills(none), RUN(a.setWordLength(300)).fills(none),
+    RUN(a.setDataTypeComplexityAndReAllocateData(biased, a.isComplex())).fills(perPart),
+    RUN(a.setDataTypeComplexityReAllocateAndCopyData(biased, a.isComplex())).fills(perPart));
+
+enum class Kind { reads, writes, shapes };
+std::pair<Kind, std::vector<Operation> const&> const kinds[] = {
+    {Kind::reads, readers}, {Kind::writes, writers}, {Kind::shapes, shapers}};
 
 /// What tells whether two numbers are the same to a user.
 struct State {
     Elements elements;
     Dims dims;
     Type type;
+    int round, overflow;
+    bool isExternal;
     explicit State(N const& number)
-        : elements(elementsOf(number)), dims(dimsOf(number)), type(number.getDataType())
+        : elements(elementsOf(number)), dims(dimsOf(number)), type(number.getDataType()),
+          round(number.getRoundMode()), overflow(number.getOverflowMode()),
+          isExternal(number.dataIsExternal())
     {
     }
     bool operator==(State const&) const = default;
     /// Element by element the one or the other.
     bool isBetween(State const& old, State const& done) const
     {
-        if (dims != old.dims || !(type == old.type)) return false;
+        State mixed = old;
         for (std::size_t i = 0; i < elements.size(); ++i)
             for (std::size_t part = 0; part < elements[i].size(); ++part)
-                if (elements[i][part] != old.elements[i][part] && elements[i][part] != done.elements[i][part])
-                    return false;
-        return true;
+                if (elements[i][part] == done.elements[i][part]) mixed.elements[i][part] = elements[i][part];
+        return *this == mixed;
     }
 };
 
 /// Runs it, with all cursors at the start; false if memory runs out.
-bool finishes(Run const& run, World& world, long failing)
+template <class Run>
+bool finishes(Run const& run, long failing)
 {
-    for (N const* number : {&world.a, &world.b, &world.one}) number->setIndex(0);
     try {
         FailingAllocation const failure(failing);
-        run(world);
+        run();
     } catch (std::bad_alloc const&) {
         return false;
-    } catch (kvxDiagnosticException const&) { // the operation's own answer
+    } catch (std::exception const&) { // the operation's own answer
     }
     return true;
 }
+bool finishes(Operation const& operation, World& world, long failing)
+{
+    for (N const* number : {&world.a, &world.b, &world.one}) number->setIndex(0);
+    return finishes([&] { operation.run(world); }, failing);
+}
 
-long checkAllocations(char const* name, Run const& run, bool writes, Type const& type, std::size_t count,
-                      bool isComplex)
+/// With a twin of `a` or without.
+long checkAllocations(Operation const& operation, Kind kind, Type const& type, std::size_t count,
+                      bool isComplex, bool hasTwin)
 {
     World undisturbed(type, count, isComplex);
     State const a(undisturbed.a), b(undisturbed.b), one(undisturbed.one);
-    EXPECT_TRUE(finishes(run, undisturbed, -1)); // also fills caches
-    State const done(undisturbed.a);
-    EXPECT_TRUE(writes || done == a) << name;
+    EXPECT_TRUE(finishes(operation, undisturbed, -1)); // also fills caches
+    State const done(kind == Kind::writes ? undisturbed.a : World(type, count, isComplex).a);
     long failures = 0;
     bool succeeded = false;
     // Of long arrays a sample: an allocation for each element is like the next one.
-    for (long n = 0; !succeeded; n += count == 3 || n < 12 ? 1 : n / 2) {
-        SCOPED_TRACE(testing::Message()
-                     << name << ' ' << type << ", elements " << count << isComplex << ", allocation " << n);
+    for (long n = 0; !succeeded && !testing::Test::HasFailure(); n += count == 3 || n < 12 ? 1 : n / 2) {
+        SCOPED_TRACE(testing::Message() << operation.name << ' ' << type << ", elements " << count
+                                        << isComplex << ", twin " << hasTwin << ", allocation " << n);
         long const before = liveBlocks();
         {
             World world(type, count, isComplex);
-            succeeded = finishes(run, world, n);
+            std::optional<N> const twin =
+                hasTwin ? std::optional<N>(std::in_place, world.a, share) : std::nullopt;
+            succeeded = finishes(operation, world, n);
             failures += succeeded ? 0 : 1;
-            State const now(world.a);
-            EXPECT_TRUE(now.isBetween(a, writes ? done : a));
+            bool const isShaped = succeeded && kind == Kind::shapes;
+            EXPECT_TRUE(isShaped || State(world.a).isBetween(a, done));
             EXPECT_TRUE(State(world.b) == b && State(world.one) == one);
-            if (now == a) {
-                EXPECT_TRUE(finishes(run, world, -1) && State(world.a) == done);
+            if (!isShaped && State(world.a) == a) {
+                EXPECT_TRUE(finishes(operation, world, -1) &&
+                            (kind == Kind::shapes || State(world.a) == done));
             }
+            EXPECT_TRUE(!hasTwin || kind == Kind::writes || (State(*twin) == a && twin->getIndex() == 0));
         }
         if (count <= 250) { // the workers of parallel forms keep blocks of their own
             EXPECT_EQ(liveBlocks(), before);
         }
-        if (testing::Test::HasFailure()) break;
     }
     return failures;
 }
@@ -229,29 +246,28 @@ TEST_F(FailingAllocations, OfNumbers)
 {
     long failures = 0;
     for (Type const& type : {s(8), u(33, -3), s(64, -10), s(100), s(200, -20), Odd, Type::doubleDataType(),
-                             Type::singleDataType(), withMode(s(16, -4), fxpModeDataTypeScaledDouble)})
-        for (bool const isComplex : {false, true}) {
-            for (auto const& [name, run] : readers)
-                failures += checkAllocations(name, run, false, type, 3, isComplex);
-            for (auto const& [name, run] : writers)
-                failures += checkAllocations(name, run, true, type, 3, isComplex);
-            ASSERT_FALSE(HasFailure());
-        }
+                             Type::singleDataType(), scaledDouble(s(16, -4))})
+        for (bool const isComplex : {false, true})
+            for (auto const& [kind, operations] : kinds)
+                for (Operation const& operation : operations) {
+                    failures +=
+                        checkAllocations(operation, kind, type, 3, isComplex, isComplex != (type == Odd));
+                    ASSERT_FALSE(HasFailure());
+                }
     EXPECT_GT(failures, 2000);
 }
 
 // Those that run in parallel, or in blocks. Only this thread's allocations fail.
 TEST_F(FailingAllocations, OfLongArrays)
 {
-    for (auto const& [type, isComplex] : {std::pair{s(16, -4), false}, {s(150), true}, {Odd, false}}) {
-        for (auto const& [name, run] : readers)
-            if (std::string_view(name).starts_with("array"))
-                checkAllocations(name, run, false, type, 501, isComplex);
-        for (auto const& [name, run] : writers)
-            if (std::string_view(name).starts_with("array") || std::string_view(name) == "setValue")
-                checkAllocations(name, run, true, type, 501, isComplex);
-        ASSERT_FALSE(HasFailure());
-    }
+    for (auto const& [type, isComplex] : {std::pair{s(16, -4), false}, {s(150), true}, {Odd, false}})
+        for (auto const& [kind, operations] : kinds)
+            for (Operation const& operation : operations)
+                if (operation.name.find("array") != std::string_view::npos ||
+                    operation.name.find("setValue") != std::string_view::npos) {
+                    checkAllocations(operation, kind, type, 501, isComplex, false);
+                    ASSERT_FALSE(HasFailure());
+                }
 }
 
 TEST_F(FailingAllocations, OfEverythingElse)
@@ -260,26 +276,28 @@ TEST_F(FailingAllocations, OfEverythingElse)
     fxpProdHardware const micro(ProdHWDeviceMicro, 8, 16, 32, 64, FxpHardwareRoundingZero);
     FxpClientWithReporting reporting(micro);
     double const values[]{1.0, 2.0, 3.0, 4.0};
+    std::vector<Chunk> const chunks = chunksOf(-12345, T);
     int asked = 0;
     using Body = std::unique_ptr<NumberBody>;
     using Factory = NumberBodyFactory;
+    auto const clones = [](auto&... clients) {
+        use(std::unique_ptr<OrvexClientInterface>(clients.clone())...);
+    };
     std::function<void()> const operations[] = {
         [&] { Body(Factory::createNumberBody(values, T, client, 2, nearest, saturate, true)); },
         [&] { Body(Factory::createNumberBody(values, values, T, client, 4, nearest, saturate)); },
         [&] {
-            Chunk lent[8]{};
-            Body const body(Factory::createNumberBody(lent, T, client, 2, nearest, saturate, false));
-            Body const copy(Factory::createNumberBody(body.get())),
-                twin(Factory::createNumberBody(copy.get(), share));
+            Chunk own[8]{};
+            Body const body(Factory::createNumberBody(own, T, client, 2, nearest, saturate, false));
+            Body const copy(Factory::createNumberBody(body.get()));
+            Body const twin(Factory::createNumberBody(copy.get(), share));
             twin->setNumberOfElements(9), copy->setNDims(5), copy->setNumberOfElements(1);
         },
         [&] {
-            for (double const value : values)
-                ORVEX::mpr_quantize(client, value, fixedType(true, 300, -9), nearest, 1);
+            for (double const value : values) ORVEX::mpr_quantize(client, value, s(300, -9), nearest, 1);
         },
         [&] { // a question that no cache has heard
-            Type between, target = fixedType(true, 16, -3, 1.7, 5.0),
-                          source = fixedType(true, 16, ++asked, 1.3);
+            Type between, target = s(16, -3, 1.7, 5.0), source = s(16, ++asked, 1.3);
             fxpOperationChoices const request{0, 1, 0};
             fxpOperationChoices first, second;
             ORVEX::selectCastIntermediateDataType(reporting, &between, &first, &second, &target, &source,
@@ -297,39 +315,34 @@ TEST_F(FailingAllocations, OfEverythingElse)
         [&] {
             double slope = 0.0;
             Type type;
-            Chunk chunks[2];
+            Chunk two[2];
             fxpScalarOversized word;
-            ORVEX::getDTCSlopeCorrectionMode(reporting, Odd, T, &slope, &type, chunks, nearest);
+            ORVEX::getDTCSlopeCorrectionMode(reporting, Odd, T, &slope, &type, two, nearest);
             ORVEX::getDTCSlopeCorrectionMode(reporting, Odd, T, &slope, &type, &word, nearest);
             ORVEX::warnDifferentBestPrecisionScalingToAvoidOverflow(1.999, 8, 1, -6);
         },
         [&] {
-            (void)ORVEX::castCanLosePrecision(Odd, T),
-                (void)ORVEX::parameterCastCanBeOutOfBounds(client, Odd, T);
-            CastMixFloatFixptRealization(Odd, Type::doubleDataType(), true, true);
+            use(ORVEX::castCanLosePrecision(Odd, T), ORVEX::parameterCastCanBeOutOfBounds(client, Odd, T),
+                CastMixFloatFixptRealization(Odd, Type::doubleDataType(), true, true));
         },
         [&] {
-            Type type = fixedType(true, 8, 0, -1.0);
+            Type type = s(8, 0, -1.0);
             ORVEX::slopeNormalize(client, &type);
         },
         [&] {
             FxpClientFullPrecision full;
             FxpClientWithReporting copy(reporting);
             copy = reporting;
-            for (OrvexClientInterface* const of : std::initializer_list<OrvexClientInterface*>{&full, &copy})
-                std::unique_ptr<OrvexClientInterface>(of->clone());
+            clones(full, copy);
         },
         [&] {
             ORVEX::EventCounter counter;
-            Number const many(values, T, counter, 4, nearest, saturate, false);
-            ORVEX::EventLog log =
-                ORVEX::replayStore(counter, values, 4, fixedType(true, 4, 2), nearest, saturate);
-            log = ORVEX::replayCast(many, fixedType(true, 4, 2), nearest, saturate);
-            log = ORVEX::replay(many, many, [](Number const& x, Number const& y) { return x * y; });
-            (void)(log.text() + counter.summary() + counter.table());
-            for (OrvexClientInterface* const of :
-                 std::initializer_list<OrvexClientInterface*>{&counter, &log})
-                std::unique_ptr<OrvexClientInterface>(of->clone());
+            N const many(values, T, counter, 4, nearest, saturate, false);
+            ORVEX::EventLog log = ORVEX::replayStore(counter, values, 4, s(4, -2), nearest, saturate);
+            log = ORVEX::replayCast(many, s(4, -2), nearest, saturate);
+            log = ORVEX::replay(many, many, [](N const& x, N const& y) { return x * y; });
+            use(log.text(), counter.summary(), counter.table());
+            clones(counter, log);
         },
         [&] {
             fxpProdHardware copy(micro), other = fxpProdHardware::getASICTypeHardware();
@@ -347,30 +360,111 @@ TEST_F(FailingAllocations, OfEverythingElse)
             (void)KvxFeature::find("a name that is longer than what a string holds in itself");
         },
         [&] { NumberUtils::throwIExceptionFromMessageID(Orvex::number::ArrayDimMustAgree()); },
-        [&] { (void)kvx_dtoa(1.0 / 3, false); },
+        [&] { use(kvx_dtoa(1.0 / 3, false)); },
+        [&] {
+            for (int notation = 0; notation < 7; ++notation)
+                readType(ORVEX::text::toString(T, static_cast<TypeNotation>(notation)));
+            use(ORVEX::text::toString(Odd), readTarget("8,16,32,64"), readTarget("asic"));
+        },
+        [&] { readType("s16,slope=1.25*2^-7,bias=-40.00000000000000000001"); },
+        [&] { readType("a text that is longer than what a string holds in itself"); },
+        [&] {
+            use(toDecimal(chunks.data(), T), toDecimal(chunks.data(), T, 3), toHex(chunks.data(), T),
+                toBinary(chunks.data(), T));
+        },
+        [&] {
+            use(fromDecimal(client, "-1234567890123456789e-19", T, nearest, saturate), fromHex("0x1.8", T),
+                fromBinary("0b1.01", T));
+        },
+        [&] { fromDecimal(client, "1234567890,", T, nearest, saturate); },
+        [&] { use(ParseError("s8,x", 3, "a digit expected").caret()); },
     };
     auto const before = kvxSetWarningHandler([](kvxDiagnosticImpl const&) {});
-    auto const run = [&](std::function<void()> const& operation, long failing) {
-        try {
-            FailingAllocation const failure(failing);
-            operation();
-        } catch (std::bad_alloc const&) {
-            return false;
-        } catch (kvxDiagnosticException const&) {
-        }
-        return true;
-    };
     for (std::size_t i = 0; i < std::size(operations); ++i) {
-        EXPECT_TRUE(run(operations[i], -1));
+        EXPECT_TRUE(finishes(operations[i], -1));
         for (long n = 0; n < 1000; ++n) {
             SCOPED_TRACE(testing::Message() << "operation " << i << ", allocation " << n);
             long const live = liveBlocks();
-            if (run(operations[i], n)) break;
+            if (finishes(operations[i], n)) break;
             EXPECT_LE(liveBlocks(), live); // a full cache has made room
-            EXPECT_TRUE(n < 999 && run(operations[i], -1));
+            EXPECT_TRUE(n < 999 && finishes(operations[i], -1));
         }
     }
     kvxSetWarningHandler(before);
+}
+
+// A new number is filled through its own quantizer, which tells of each part; a hook that throws leaks
+// nothing.
+TEST(Lifetime, ZeroFillTellsAndMayThrow)
+{
+    for (auto const& [kind, operations] : kinds)
+        for (Operation const& operation : operations)
+            for (std::size_t const count : {1U, 3U, 251U, 600U})
+                for (bool const isComplex : {false, true}) {
+                    if (operation.zeros == untold) continue;
+                    std::size_t const parts = isComplex ? 2 * count : count,
+                                      times[] = {0, 0, 1, count, parts};
+                    Events const wanted(times[operation.zeros], operation.ofBiased);
+                    for (std::size_t const throwAt :
+                         {RecordingClient::never, std::size_t{0}, wanted.size() / 2}) {
+                        SCOPED_TRACE(testing::Message() << operation.name << ' ' << count << isComplex
+                                                        << ", throwing at " << throwAt);
+                        long const before = liveBlocks();
+                        bool thrown = false, right = true;
+                        {
+                            World world(biased, count, isComplex);
+                            world.client.throwAt = throwAt;
+                            try {
+                                operation.run(world);
+                            } catch (RecordingClient::Thrown const&) {
+                                thrown = true;
+                            }
+                            right = thrown || world.client.events() == wanted;
+                        }
+                        EXPECT_EQ(thrown, throwAt < wanted.size());
+                        EXPECT_TRUE(right);
+                        EXPECT_TRUE(parts > 500 ||
+                                    liveBlocks() == before); // workers keep blocks of their own
+                    }
+                }
+}
+
+// A number, a twin, the twin's twin and a deep copy die in every order. Who is left reads on, and what one
+// twin writes the others read.
+TEST(Lifetime, TwinsDieInEveryOrder)
+{
+    Elements const first{{1, -1}, {2, -2}, {3, -3}};
+    for (Type const& type : {s(8), s(40), s(100)})
+        for (bool const isLent : {false, true}) {
+            std::array<std::size_t, 4> order{0, 1, 2, 3};
+            do {
+                RecordingClient client;
+                Elements wanted = first;
+                Storage storage = storageOf(type, first);
+                std::unique_ptr<N> numbers[4] = {std::make_unique<N>(numberOf(type, first, client))};
+                if (isLent) numbers[0]->setSIArray(storage.data());
+                numbers[0]->setDataTypeForBinaryOpOutput(s(9));
+                (*numbers[0])[1] + *numbers[0]; // caches a type
+                numbers[1] = std::make_unique<N>(*numbers[0], share);
+                numbers[2] = std::make_unique<N>(*numbers[1], share);
+                numbers[3] = std::make_unique<N>(*numbers[0]);
+                EXPECT_TRUE(numbers[2]->getDataTypeForBinaryOpOutput() == s(9) &&
+                            !numbers[3]->isDataTypeForBinaryOpOutputUserSpecified());
+                EXPECT_EQ(numbers[1]->getIndex() + numbers[2]->getIndex() + numbers[3]->getIndex(), 0U);
+                for (std::size_t const dying : order) {
+                    numbers[dying].reset();
+                    for (std::size_t i = 0; i < 3; ++i) {
+                        if (numbers[i] == nullptr) continue;
+                        wanted[i] = {40 + dying, 0};
+                        (*numbers[i])[i] = static_cast<double>(40 + dying);
+                    }
+                    for (std::size_t i = 0; i < 4; ++i)
+                        EXPECT_TRUE(numbers[i] == nullptr ||
+                                    elementsOf(*numbers[i]) == (i == 3 ? first : wanted));
+                }
+                EXPECT_EQ(storage, storageOf(type, isLent ? wanted : first));
+            } while (std::ranges::next_permutation(order).found);
+        }
 }
 
 } // namespace

@@ -98,9 +98,10 @@ Integer loadInteger(void const* from, std::size_t bytes, bool isSigned)
 void storeInteger(void* to, std::size_t bytes, Integer const& value)
 {
     auto* const begin = static_cast<unsigned char*>(to);
-    std::memset(begin, 0, bytes);
     fxpDataTypeProp const container(false, static_cast<int>(8 * bytes), 0);
-    export_bits(patternOf(value, container), begin, 8, false);
+    Integer const pattern = patternOf(value, container); // which may throw, before anything is written
+    std::memset(begin, 0, bytes);
+    export_bits(pattern, begin, 8, false);
 }
 
 void requireFixed(fxpDataTypeProp const& type)
