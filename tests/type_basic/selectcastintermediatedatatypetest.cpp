@@ -1,7 +1,9 @@
 #include "support/oracle.h"
 #include "support/recordingclient.h"
+#include "support/texttable.h"
 #include "type_basic/castintermediatecache.h"
 
+#include <orvex/text/type.h>
 #include <orvex/type_basic/discardbitsformaxsize.h>
 #include <orvex/type_basic/selectcastintermediatedatatype.h>
 
@@ -16,42 +18,31 @@ using namespace orvextest;
 using namespace ORVEX::type_basic;
 using Type = fxpDataTypeProp;
 using Hardware = fxpProdHardware;
+using ORVEX::text::readTarget, ORVEX::text::readType;
 
 Hardware const& hardwareNumber(int i)
 {
-    static Hardware const all[] = {Hardware::getASICTypeHardware(),
-                                   Hardware(ProdHWDeviceMicro, 8, 16, 32, 32, FxpHardwareRoundingZero),
-                                   Hardware(ProdHWDeviceMicro, 8, 16, 32, 64, FxpHardwareRoundingZero)};
+    static Hardware const all[] = {readTarget("asic"), readTarget("8,16,32,32"), readTarget("8,16,32,64")};
     return all[i];
 }
 
 TEST(DiscardBits, Table)
 {
-    struct Row {
-        int maxBits;
-        Type type, reference, want;
-        int fraction, msb;
-        bool sign = false;
-    };
-    Row const rows[] = {{32, s(40, -20), s(16, -12), s(32, -12), 8, 0},
-                        {32, s(48, -20), s(16, -12), s(32, -12), 8, 8},
-                        {32, s(36, -20), s(16, -12), s(32, -16), 4, 0},
-                        {32, s(32, -20), s(16, -12), s(32, -20), 0, 0},
-                        {32, s(36, -10), s(16, -12), s(32, -10), 0, 4},
-                        {32, s(60), s(50), s(50), 0, 10},
-                        {8, s(9), u(8), u(8), 0, 1, true},
-                        {8, s(9, -1), u(8), s(8), 1, 0},
-                        {8, s(9), s(8), s(8), 0, 1},
-                        {8, s(10), u(7), s(8), 0, 2}};
-    for (Row const& row : rows) {
-        Type type = row.type, silent = row.type;
+    // The most bits, the type, one to go by, what is left; fraction and top bits that are gone, and the sign.
+    for (Texts const& row :
+         rows("32 s40,20 s16,12 s32,12 8 0 0;32 s48,20 s16,12 s32,12 8 8 0;32 s36,20 s16,12 s32,16 4 0 0;"
+              "32 s32,20 s16,12 s32,20 0 0 0;32 s36,10 s16,12 s32,10 0 4 0;32 s60 s50 s50 0 10 0;"
+              "8 s9 u8 u8 0 1 1;8 s9,1 u8 s8 1 0 0;8 s9 s8 s8 0 1 0;8 s10 u7 s8 0 2 0")) {
+        Type type = readType(row[1]), silent = type, reference = readType(row[2]);
+        int const most = std::stoi(row[0]);
         int fraction = 77, msb = 77;
         bool sign = true;
-        ORVEX::discardBitsForMaxSize(row.maxBits, &type, &row.reference, &fraction, &msb, &sign);
-        EXPECT_TRUE(type == row.want && fraction == row.fraction && msb == row.msb && sign == row.sign)
-            << row.type << " gave " << type << ' ' << fraction << ' ' << msb << ' ' << sign;
-        ORVEX::discardBitsForMaxSize(row.maxBits, &silent, &row.reference, nullptr, nullptr, nullptr);
-        EXPECT_EQ(silent, row.want);
+        ORVEX::discardBitsForMaxSize(most, &type, &reference, &fraction, &msb, &sign);
+        EXPECT_EQ(type, readType(row[3])) << row[1];
+        EXPECT_EQ((std::vector{fraction, msb, int(sign)}),
+                  (std::vector{std::stoi(row[4]), std::stoi(row[5]), std::stoi(row[6])}));
+        ORVEX::discardBitsForMaxSize(most, &silent, &reference, nullptr, nullptr, nullptr);
+        EXPECT_EQ(silent, type);
     }
 }
 
@@ -78,46 +69,42 @@ Choice choose(OrvexClientInterface& client, Type const& target, Type const& sour
 
 TEST(CastIntermediate, Table)
 {
-    Hardware const* const asic = &hardwareNumber(0);
-    Hardware const* const micro = &hardwareNumber(1);
-    Type const dbl = Type::doubleDataType(), sgl = Type::singleDataType(), half = s(16, -8, 1.0, 0.5);
-    Type const tiny = s(8, 0, 1.0, 0x1p-300);
-    struct Row {
-        Type target, source;
-        Hardware const* hardware;
-        int longest;
-        Choice want; ///< the source's type for no intermediate
-    };
-    Row const rows[] = {
-        {half, s(9, 2, 1.5, 0.5), asic, 128, {s(9, 2, 1.5, 0.5), 0, 1}},
-        {s(8, 1000), tiny, asic, 128, {tiny, 0, 1}}, // the net bias underflows
-        {dbl, half, asic, 128, {dbl, 0, 1}},
-        {sgl, half, asic, 128, {sgl, 0, 1}},
-        {{fxpModeDataTypeDouble, true, 64, 1.0, 0, 9.0, 0}, sgl, asic, 128, {dbl, 0, 1}},
-        {s(16, -8), {fxpModeDataTypeDouble, true, 64, 1.0, 0, 9.0, 0}, asic, 128, {dbl, 0, 1}},
-        {scaledDouble(s(16, -8)), half, asic, 128, {s(17, -8), 0, 1}},
-        {s(16, -8), half, asic, 128, {s(17, -8), 0, 1}},
-        {s(16, -8), half, nullptr, 128, {s(17, -8), 0, 1}},
-        {s(16, -8), half, micro, 128, {s(32, -8), 0, 1}},
-        {s(4), s(4, 0, 1.0, 1.0), micro, 128, {s(32), 0, 1}}, // the nominal integer
-        {s(17, -8), half, asic, 128, {half, 0, 1}},           // the target would do as its own intermediate
-        {s(16), half, asic, 16, {s(16, -7), 1, 1}},           // a fraction bit is cut off
-        {s(8), s(8, 0, 1.0, 1.0), asic, 8, {s(8, 0, 1.0, 1.0), 0, 1}}, // cut down to the target
-        {s(16, 0, 1.5, 3.0), s(16, 1, 1.5), asic, 128, {s(17, 1, 1.5, 3.0), 0, 1}},
-        {s(16, -8), s(30, -30, 1.0, 256.0), micro, 128, {s(32, -8), 1, 1}}}; // of 40 bits, in two words
-    for (Row const& row : rows)
+    // Target, source, the hardware's number, the longest word; the type between, or the source's for none,
+    // and the overflow modes of the two stages.
+    for (Texts const& row : rows(
+             "s16,slope=1*2^-8,bias=0.5 s9,slope=1.5*2^2,bias=0.5 0 128 s9,slope=1.5*2^2,bias=0.5 0 1;"
+             "s8,-1000 s8,bias=4.909093465297727e-91 0 128 s8,bias=4.909093465297727e-91 0 1;" // the net bias
+                                                                                               // underflows
+             "double half 0 128 double 0 1;single half 0 128 single 0 1;double:9 single 0 128 double 0 1;"
+             "s16,8 double:9 0 128 double 0 1;scaled:s16,8 half 0 128 s17,8 0 1;s16,8 half 0 128 s17,8 0 1;"
+             "s16,8 half - 128 s17,8 0 1;s16,8 half 1 128 s32,8 0 1;s4 s4,bias=1 1 128 s32 0 1;" // the
+                                                                                                 // nominal
+                                                                                                 // integer
+             "s17,8 half 0 128 half 0 1;"      // the target would do as its own intermediate
+             "s16 half 0 16 s16,7 1 1;"        // a fraction bit is cut off
+             "s8 s8,bias=1 0 8 s8,bias=1 0 1;" // cut down to the target
+             "s16,slope=1.5,bias=3 s16,slope=1.5*2^1 0 128 s17,slope=1.5*2^1,bias=3 0 1;"
+             "s16,8 s30,slope=1*2^-30,bias=256 1 128 s32,8 1 1")) { // of 40 bits, in two words
+        auto const typeOf = [](std::string const& text) {
+            if (text == "double:9") return Type(fxpModeDataTypeDouble, true, 64, 1.0, 0, 9.0, 0);
+            return readType(text == "half" ? "s16,slope=1*2^-8,bias=0.5" : text);
+        };
         for (int repeat = 0; repeat < 2; ++repeat) { // the second time from the cache
             RecordingClient client;
-            client.hardware = row.hardware;
-            client.setMaxSupportedWordLength(row.longest);
-            EXPECT_EQ(choose(client, row.target, row.source), row.want) << row.target << row.source;
+            if (row[2] != "-") client.hardware = &hardwareNumber(std::stoi(row[2]));
+            client.setMaxSupportedWordLength(std::stoi(row[3]));
+            EXPECT_EQ(choose(client, typeOf(row[0]), typeOf(row[1])),
+                      (Choice{typeOf(row[4]), std::stoi(row[5]), std::stoi(row[6])}))
+                << row[0] << ' ' << row[1];
             EXPECT_TRUE(client.events().empty());
         }
+    }
     RecordingClient client;
     fxpOperationChoices const request{};
+    Type const sgl = Type::singleDataType();
     Type out;
-    ORVEX::selectCastIntermediateDataType(client, &out, nullptr, nullptr, &half, &half, &request);
-    EXPECT_EQ(out, half);
+    ORVEX::selectCastIntermediateDataType(client, &out, nullptr, nullptr, &sgl, &sgl, &request);
+    EXPECT_EQ(out, sgl);
 }
 
 TEST(CastIntermediate, HoldsEverySourceValueOnItsGrid)

@@ -1,6 +1,8 @@
 #include "support/oracle.h"
 #include "support/recordingclient.h"
+#include "support/texttable.h"
 
+#include <orvex/text/type.h>
 #include <orvex/type_basic/selectradixdatatype.h>
 
 #include <gtest/gtest.h>
@@ -12,6 +14,7 @@ namespace
 using namespace orvextest;
 using Type = fxpDataTypeProp;
 using Hardware = fxpProdHardware;
+using ORVEX::text::readTarget, ORVEX::text::readType;
 
 /// The selection by brute force on rationals: every word length in turn, every exponent in turn.
 struct Model {
@@ -104,7 +107,7 @@ TEST(SelectRadix, IsWhatBruteForceFinds)
 {
     Random random(77);
     Hardware const asic = Hardware::getASICTypeHardware();
-    Hardware const micro(ProdHWDeviceMicro, 8, 16, 32, 32, FxpHardwareRoundingZero);
+    Hardware const micro = readTarget("8,16,32,32");
     std::array const biases{0.0, 1.0, -1.0, 0.25, -3.75, 100.0, -96.5, 0x1p-9, 1e3, 0.1, -0.3};
     for (int i = 0; i < 300; ++i) {
         Model model;
@@ -143,55 +146,39 @@ TEST(SelectRadix, IsWhatBruteForceFinds)
 
 TEST(SelectRadix, Table)
 {
-    Hardware const asic = Hardware::getASICTypeHardware();
-    Hardware const micro(ProdHWDeviceMicro, 8, 16, 32, 32, FxpHardwareRoundingZero);
-    Hardware const many(ProdHWDeviceMicro, 10, 11, 12, 13, 14, FxpHardwareRoundingZero);
+    Hardware const asic, micro = readTarget("8,16,32,32"), many = readTarget("10,11,12,13,14");
     for (unsigned int const bits : {15U, 40U}) many.getHWIntegerWordlengths()->addNewWordLength(bits);
-    struct Row {
-        Type in;
-        Hardware const* hardware;
-        Type want;
-        bool loses = false;
-        int longest = 128;
+    auto const hardwareOf = [&](std::string const& name) {
+        return name == "asic" ? &asic : name == "micro" ? &micro : name == "many" ? &many : nullptr;
     };
-    Row const rows[] = {
-        {Type::doubleDataType(), &asic, Type::doubleDataType()},
-        {fixedType(true, 8, -3), &asic, fixedType(true, 8, -3)},
-        {fixedType(false, 8, 0, 1.25), nullptr, fixedType(false, 11, -2)},
-        {fixedType(false, 8, 0, 1.0, -1.0), &asic, fixedType(true, 9, 0)},
-        {fixedType(true, 8, 0, 1.0, 128.0), &asic, fixedType(false, 8, 0)},
-        {fixedType(false, 1, 0, 1.0, -1.0), &asic, fixedType(true, 2, 0)}, // holds -1, not +1
-        {fixedType(false, 2, 0, 1.25), &asic, fixedType(false, 4, -1), true},
-        {fixedType(true, 8, 0, 1.0, 0.1), &micro, fixedType(true, 32, -23)}, // rounds the bias
-        {fixedType(true, 9, 0, 1.0, 0x1p-20), &many, fixedType(true, 40, -20)},
-        {fixedType(true, 33, 0, 1.0, 0.5), &micro, fixedType(true, 33, 1)}, // one trial, in vain
-        // Held in vain too, and then the largest value rounds past the top, if one bit more can tell.
-        {fixedType(false, 32, -3, 1.0, -0.0044), &micro, fixedType(true, 32, -1)},
-        {fixedType(false, 32, -3, 1.0, -0.0044), &micro, fixedType(true, 32, -2), false, 32}};
-    for (Row const& row : rows) {
+    // The input, a target, the longest word, the radix type, and whether the slope is not held.
+    for (Texts const& row : rows(
+             "double asic 128 double;single asic 128 single;s8,3 asic 128 s8,3;u8,slope=1.25 none 128 u11,2;"
+             "u8,bias=-1 asic 128 s9;s8,bias=128 asic 128 u8;u1,bias=-1 asic 128 s2;"    // holds -1, not +1
+             "u2,slope=1.25 asic 128 u4,1 loses;s8,bias=0.1 micro 128 s32,23;"           // rounds the bias
+             "s9,bias=9.5367431640625e-7 many 128 s40,20;s33,bias=0.5 micro 128 s33,-1;" // one trial, in vain
+             // Held in vain too, and then the largest value rounds past the top, if one bit more can tell.
+             "u32,slope=1*2^-3,bias=-0.0044 micro 128 s32,1;u32,slope=1*2^-3,bias=-0.0044 micro 32 s32,2")) {
         RecordingClient client;
-        client.hardware = row.hardware;
-        client.setMaxSupportedWordLength(row.longest);
+        client.hardware = hardwareOf(row[1]);
+        client.setMaxSupportedWordLength(std::stoi(row[2]));
         fxpSelectRadixTypeConditions conditions;
-        Type out = row.in; // in place
-        ORVEX::selectRadixDataType(client, &out, &out, row.hardware, &conditions);
-        EXPECT_EQ(out, row.want) << row.in;
-        EXPECT_TRUE(conditions.isSlopeQuantizationLoss() == row.loses && conditions.isClear() != row.loses);
+        Type const in = readType(row[0]);
+        Type out = in; // in place
+        ORVEX::selectRadixDataType(client, &out, &out, client.hardware, &conditions);
+        EXPECT_EQ(out, readType(row[3])) << row[0];
+        bool const loses = row.size() > 4;
+        EXPECT_TRUE(conditions.isSlopeQuantizationLoss() == loses && conditions.isClear() != loses);
         conditions.reset();
         EXPECT_TRUE(conditions.isClear());
+        if (!(out == in)) continue;
+        Type same[3]; // left alone by all
+        ORVEX::selectRadixDataType_WithTerms(client, &same[0], &in, &asic);
+        ORVEX::selectRadixDataTypeMax(client, &same[1], &in);
+        ORVEX::selectRadixDataTypeMaxWL(client, &same[2], &in);
+        EXPECT_TRUE(same[0] == in && same[1] == in && same[2] == in);
     }
-    for (Type const& radix : {Type::singleDataType(), fixedType(true, 8, -3)}) { // left as they are
-        RecordingClient client;
-        Type out[3];
-        ORVEX::selectRadixDataType_WithTerms(client, &out[0], &radix, &asic);
-        ORVEX::selectRadixDataTypeMax(client, &out[1], &radix);
-        ORVEX::selectRadixDataTypeMaxWL(client, &out[2], &radix);
-        EXPECT_TRUE(out[0] == radix && out[1] == radix && out[2] == radix);
-    }
-}
-
-TEST(SelectRadix, GoesTo129BitsOnRequestAndEndsOnASlopeOfZero)
-{
+    // Up to 129 bits on request, and an end on a slope of zero.
     RecordingClient client;
     client.holdDiagnostics = true;
     auto const selectMaxWL = [&](Type const& in) {
@@ -200,18 +187,17 @@ TEST(SelectRadix, GoesTo129BitsOnRequestAndEndsOnASlopeOfZero)
         delete client.releaseFatalError();
         return out;
     };
-    Type const fine = fixedType(true, 8, 0, 1.0, 0x1p-121);
+    Type const fine = s(8, 0, 1.0, 0x1p-121);
     Type out;
     ORVEX::selectRadixDataTypeMax(client, &out, &fine);
-    EXPECT_EQ(out, fixedType(true, 128, -120)); // which the bias is rounded to
-    EXPECT_EQ(selectMaxWL(fine), fixedType(true, 129, -121));
+    EXPECT_EQ(out, s(128, -120)); // which the bias is rounded to
+    EXPECT_EQ(selectMaxWL(fine), s(129, -121));
     EXPECT_EQ(client.events(), Events{});
-    EXPECT_EQ(selectMaxWL(fixedType(true, 8, 0, 0.0, 0.0)), fixedType(true, 8, 0));
-    EXPECT_EQ(selectMaxWL(fixedType(true, 1, 0, 1.0, 4.0)),
-              fixedType(false, 1, 2)); // one signed bit holds no slope
+    EXPECT_EQ(selectMaxWL(s(8, 0, 0.0)), s(8));
+    EXPECT_EQ(selectMaxWL(s(1, 0, 1.0, 4.0)), u(1, 2)); // one signed bit holds no slope
     EXPECT_EQ(client.events(), (Events{Event::diagnosticError, Event::underflow, Event::diagnosticError}));
     client.holdDiagnostics = false;
-    EXPECT_THROW(selectMaxWL(fixedType(true, 1, 0, 1.0, 4.0)), kvxDiagnosticException);
+    EXPECT_THROW(selectMaxWL(s(1, 0, 1.0, 4.0)), kvxDiagnosticException);
 }
 
 } // namespace
