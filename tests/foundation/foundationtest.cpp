@@ -1,3 +1,4 @@
+#include "support/texttable.h"
 #include "support/types.h"
 
 #include <orvex/foundation/diagnostics.h>
@@ -11,7 +12,6 @@
 #include <cstdlib>
 #include <iostream>
 #include <set>
-#include <sstream>
 
 namespace
 {
@@ -32,11 +32,21 @@ static_assert(std::is_trivially_copyable_v<Type> && sizeof(fxpModeRounding_tag) 
 constexpr auto fixed = fxpModeDataTypeFixed, scaledDouble = fxpModeDataTypeScaledDouble;
 
 /// All fields, in the order of the constructor that takes them.
+Type record(Texts const& f)
+{
+    return {static_cast<fxpModeDataType>(std::stoi(f[0])),
+            f[1] == "1",
+            std::stoi(f[2]),
+            std::stod(f[3]),
+            std::stoi(f[4]),
+            std::stod(f[5]),
+            std::stoi(f[6])};
+}
 std::string fields(Type const& t)
 {
     std::ostringstream text;
-    text << t.mode << ' ' << t.isSigned() << ' ' << t.wordLength << ' ' << std::hexfloat
-         << t.slopeAdjustmentFactor << ' ' << t.fixedExponent << ' ' << t.bias << ' ' << t.dtoMode;
+    text << t.mode << ' ' << t.isSigned() << ' ' << t.wordLength << ' ' << t.slopeAdjustmentFactor << ' '
+         << t.fixedExponent << ' ' << t.bias << ' ' << t.dtoMode;
     return text.str();
 }
 
@@ -48,33 +58,29 @@ TEST(DataType, FieldsAreSetAndSlopesSplitIntoNormalForm)
     word.setIsSigned(false);
     word.setWordLength(70);
     EXPECT_TRUE(word.getWordLengthNonSign() == 70 && word.getPow2WtMSNonSignBit() == 66);
-    for (auto const& [type, wanted] :
-         {std::pair{Type(), "0 1 16 0x1p+0 0 0x0p+0 0"},
-          {Type(scaledDouble, false, 0, 3.0, -7, -0.0, 5), "1 0 0 0x1.8p+1 -7 -0x0p+0 5"},
-          {Type(true, 20, 7), "0 1 20 0x1p+0 -7 0x0p+0 0"},          // a fraction length
-          {Type(false, 20, 2.5, 7, nan), "0 0 20 0x1.4p+1 7 nan 0"}, // an exponent
-          {Type::doubleDataType(), "2 1 64 0x1p+0 0 0x0p+0 0"},
-          {Type::singleDataType(), "3 1 32 0x1p+0 0 0x0p+0 0"},
-          {bad, "0 0 9999 0x1.3878p+13 9999 0x1.3878p+13 0"},
-          {word, "4 0 70 0x1.8p+0 -3 0x1p+1 6"}})
-        EXPECT_EQ(fields(type), wanted);
-    for (auto const& [slope, factor, exponent] : {std::tuple{1.0, 1.0, 0},
-                                                  {0.75, 1.5, -1},
-                                                  {0.1875, 1.5, -3},
-                                                  {2.0, 1.0, 1},
-                                                  {5e-324, 1.0, -1074},
-                                                  {0x1.fffffffffffffp-1, 0x1.fffffffffffffp0, -1},
-                                                  {0x1.8p-1073, 1.5, -1073},
-                                                  {-6.0, -1.5, 2},
-                                                  {0.0, 0.0, 0},
-                                                  {0x1.fffffffffffffp1023, 0x1.fffffffffffffp0, 1023},
-                                                  {infinity, infinity, 0},
-                                                  {nan, nan, 0}}) {
-        EXPECT_EQ(fields(Type(true, 9, slope, -2.5)),
-                  fields(Type(fixed, true, 9, factor, exponent, -2.5, 0)));
+    std::string text;
+    for (Type const& type :
+         {Type(), Type(scaledDouble, false, 0, 3.0, -7, -0.0, 5), Type(true, 20, 7),
+          Type(false, 20, 2.5, 7, nan), Type::doubleDataType(), Type::singleDataType(), bad, word})
+        text += fields(type) + ';';
+    EXPECT_EQ(
+        text,
+        "0 1 16 1 0 0 0;1 0 0 3 -7 -0 5;0 1 20 1 -7 0 0;0 0 20 2.5 7 nan 0;2 1 64 1 0 0 0;3 1 32 1 0 0 0;"
+        "0 0 9999 9999 9999 9999 0;4 0 70 1.5 -3 2 6;");
+    for (double const slope : specialDoubles()) {
         Type type(scaledDouble, false, 33, 9.0, 9, 9.0, 4);
         type.setScaling(slope, -5, 0.5);
-        EXPECT_EQ(fields(type), fields(Type(scaledDouble, false, 33, factor, exponent - 5, 0.5, 4)));
+        Type const whole(true, 9, slope, -2.5);
+        double const factor = whole.slopeAdjustmentFactor;
+        if (slope == 0.0 || !std::isfinite(slope))
+            EXPECT_TRUE(sameDouble(factor, slope) && whole.fixedExponent == 0) << slope;
+        else
+            EXPECT_TRUE(std::fabs(factor) >= 1 && std::fabs(factor) < 2 &&
+                        std::ldexp(factor, whole.fixedExponent) == slope)
+                << slope;
+        EXPECT_EQ(fields(whole), fields(Type(fixed, true, 9, factor, whole.fixedExponent, -2.5, 0)));
+        EXPECT_EQ(fields(type),
+                  fields(Type(scaledDouble, false, 33, factor, whole.fixedExponent - 5, 0.5, 4)));
     }
     for (int mode = fixed; mode <= fxpModeDataTypeBoolean; ++mode) {
         Type changed = word;
@@ -87,37 +93,29 @@ TEST(DataType, FieldsAreSetAndSlopesSplitIntoNormalForm)
 
 TEST(DataType, EqualityByFieldsAndInMeaning)
 {
-    Type const base(scaledDouble, true, 12, 1.5, -3, 0.0, 6);
-    // Another type, and whether it is equal to the base, but for the mode, and in meaning.
-    for (auto const& [other, isEqual, isEqualButMode, isEqualConceptual] :
-         {std::tuple{base, true, true, true},
-          {Type(scaledDouble, false, 12, 1.5, -3, 0.0, 6), false, false, false},
-          {Type(scaledDouble, true, 13, 1.5, -3, 0.0, 6), false, false, false},
-          {Type(scaledDouble, true, 12, 1.5, -2, 0.0, 6), false, false, false},
-          {Type(scaledDouble, true, 12, 1.25, -3, 0.0, 6), false, false, false},
-          {Type(scaledDouble, true, 12, 1.5, -3, 5e-324, 6), false, false, false},
-          {Type(scaledDouble, true, 12, 1.5, -3, 0.0, 7), false, false, true},
-          {Type(fixed, true, 12, 1.5, -3, 0.0, 6), false, true, false},
-          {Type(scaledDouble, true, 12, 1.5, -3, -0.0, 6), true, true, true},
-          {Type(scaledDouble, true, 12, 1.5, -3, nan, 6), false, false, false}}) {
+    // Another type, and whether it is equal to the first, equal but for the mode, equal in meaning.
+    for (Texts const& row :
+         rows("1 1 12 1.5 -3 0 6 111;1 0 12 1.5 -3 0 6 000;1 1 13 1.5 -3 0 6 000;1 1 12 1.5 -2 0 6 000;"
+              "1 1 12 1.25 -3 0 6 000;1 1 12 1.5 -3 5e-300 6 000;1 1 12 1.5 -3 0 7 001;0 1 12 1.5 -3 0 6 010;"
+              "1 1 12 1.5 -3 -0 6 111;1 1 12 1.5 -3 nan 6 000;1 1 12 3 -4 0 6 001;1 1 12 0.1875 0 0 7 001;"
+              "1 1 12 3 -3 0 6 000;1 1 12 -1.5 -3 0 6 000")) {
+        Type const base(scaledDouble, true, 12, 1.5, -3, 0.0, 6), other = record(row);
+        bool const isEqual = row[7][0] == '1', isEqualButMode = row[7][1] == '1', isAlike = row[7][2] == '1';
         EXPECT_TRUE((base == other) == isEqual && (other == base) == isEqual) << other;
-        EXPECT_EQ(other.isEqualIgnoreMode(base) && base.isEqualIgnoreMode(other), isEqualButMode) << other;
-        EXPECT_EQ(base.isEqualConceptual(other), isEqualConceptual) << other;
+        EXPECT_TRUE(other.isEqualIgnoreMode(base) == isEqualButMode &&
+                    base.isEqualIgnoreMode(other) == isEqualButMode)
+            << other;
+        EXPECT_EQ(base.isEqualConceptual(other), isAlike) << other;
         EXPECT_EQ(other == Type(other), !std::isnan(other.bias));
-    }
-    // The same slope in other words; beyond the range of a double, total slopes would be infinite or zero.
-    for (auto const mode : {fixed, scaledDouble, fxpModeDataTypeDouble, fxpModeDataTypeSingle})
-        for (auto const& [factor, exponent, otherExponent, isEqual] : {std::tuple{3.0, -4, -3, true},
-                                                                       {0.1875, 0, -3, true},
-                                                                       {3.0, -3, -3, false},
-                                                                       {-1.5, -3, -3, false},
-                                                                       {1.5, 5000, 5001, false},
-                                                                       {1.5, -5000, -5001, false}}) {
-            Type const a(mode, true, 12, factor, exponent, 0.5, 0),
-                b(mode, true, 12, 1.5, otherExponent, 0.5, 1);
-            bool const isFloat = mode == fxpModeDataTypeDouble || mode == fxpModeDataTypeSingle;
-            EXPECT_EQ(a.isEqualConceptual(b), isEqual || isFloat) << a << b;
+        for (auto const mode : {fixed, fxpModeDataTypeDouble, fxpModeDataTypeSingle}) {
+            Type a = base, b = other;
+            a.mode = b.mode = mode;
+            EXPECT_EQ(a.isEqualConceptual(b), mode != fixed || isAlike || row[0] == "0") << a << b;
         }
+    }
+    // Beyond the range of a double, where total slopes would be infinite or zero.
+    for (int const exponent : {5000, -5000})
+        EXPECT_FALSE(s(12, exponent, 1.5).isEqualConceptual(s(12, exponent + 1, 1.5)));
 }
 
 TEST(Diagnostics, MessagesAreThrownAndReportedWithIdentifierAndText)
