@@ -47,112 +47,72 @@ TEST(Arithmetic, FullPrecisionLooksAtWordAndExponentAlone)
     EXPECT_EQ((one(scaledDouble(sloped)) * one(u(8, 1))).getDataType(), s(16));
 }
 
+/// Sums and products keep the type that they gave last, by the other operand's type; a type of the user's
+/// goes before it.
 TEST(Arithmetic, OutputTypesAndTheirCaches)
 {
+    Random random(33);
     RecordingClient client;
-    Type const A = s(8, -2), B = s(8), C = u(5, -3), P = s(20, -4), O = s(6, -1);
-    Type const AB = sumRule(A, B), AC = sumRule(A, C), xAB = productRule(A, B), xAC = productRule(A, C);
+    Type const P = s(20, -4), O = s(6, -1), others[] = {s(8), u(5, -3)};
     Type none;
     ORVEX::createBadFxpDtpProp(&none);
-    Number a = numberOf(A, {{1, 1}}, client);
-    Number const b = numberOf(B, {{2, 2}}, client), c = numberOf(C, {{3, 0}}, client);
-    auto types = [&](Number const& of, Type const& plus, Type const& times, Type const& out) {
-        EXPECT_EQ(of.getDataTypeForNonAssignmentOpPlus(), plus);
-        EXPECT_EQ(of.getDataTypeForNonAssignmentOpTimes(), times);
-        EXPECT_EQ(of.getDataTypeForBinaryOpOutput(), out);
-        EXPECT_EQ(of.isDataTypeForNonAssignmentOpPlusUserSpecified(), plus == P);
-        EXPECT_EQ(of.isDataTypeForNonAssignmentOpTimesUserSpecified(), times == P);
-        EXPECT_EQ(of.isDataTypeForBinaryOpOutputUserSpecified(), out == O);
+    struct Cache {
+        Type key{}, held{}, user{}; ///< user is none where the type is not the user's
     };
-    a.resetDataTypeForBinaryOpOutput();
-    a.resetDataTypeForNonAssignmentOpPlus();
-    a.resetDataTypeForNonAssignmentOpTimes();
-    types(a, none, none, none);
-    Number::arrayPlus(a, b), Number::arrayTimes(a, b), Number::divide(a, b, A);
-    types(a, none, none, none);
-    types(a + b, none, none, none);
-    types(a, AB, none, none);
-    Number::arrayMinus(a, c), a* b;
-    types(a, AC, xAB, none);
-    a - b, a* c;
-    types(a, AB, xAC, none);
-    a.setFractionLength(7); // this type is no part of the key
-    a + b, a* c;
-    types(a, AB, xAC, none);
-    a.setFractionLength(2);
-    a.resetDataTypeForNonAssignmentOpPlus();
-    a.resetDataTypeForNonAssignmentOpTimes();
-    types(a, none, none, none);
-    EXPECT_EQ((a + b).getDataType(), AB); // the operand's type is still known, its result no more
-    EXPECT_EQ((a * c).getDataType(), sumRule(xAC, xAC));
-    types(a, AB, xAC, none);
-    for (int twice = 0; twice < 2; ++twice) a.setDataTypeForNonAssignmentOpPlus(P);
-    EXPECT_EQ(Number::arrayPlus(a, b).getDataType(), AB);
-    EXPECT_EQ(Number::arrayMinus(a, b).getDataType(), P);
-    for (Number const& inP : {a + c, a - b, a * b}) EXPECT_EQ(inP.getDataType(), P);
-    types(a, P, xAB, none);
-    a.setDataTypeForNonAssignmentOpTimes(P);
-    a.setDataTypeForBinaryOpOutput(B);
-    a.setDataTypeForBinaryOpOutput(O);
-    for (Number const& inO : {a + b, a - b, a * b}) EXPECT_EQ(inO.getDataType(), O);
-    EXPECT_EQ(Number::arrayTimes(a, b).getDataType(), sumRule(xAB, xAB));
-    Number const twin(a, NumberUtils::copyIndexOnly), copy = a;
-    a.resetDataTypeForBinaryOpOutput();
-    types(a, P, P, none);
-    types(twin, P, P, O);
-    types(copy, none, none, none);
-}
-
-TEST(Arithmetic, PairsElementsAndMovesCursors)
-{
-    struct Row {
-        Dims a, b, result; ///< no result: shapes disagree
-    };
-    Row const rows[] = {{{1, 1}, {1, 1}, {1, 1}}, {{1, 1}, {1, 5}, {1, 5}}, {{1, 5}, {1, 1}, {1, 5}},
-                        {{2, 3}, {1, 1}, {2, 3}}, {{2, 3}, {2, 3}, {2, 3}}, {{1, 1}, {3, 2, 1}, {3, 2, 1}},
-                        {{1, 1}, {1, 0}, {1, 0}}, {{1, 0}, {1, 1}, {1, 0}}, {{1, 0}, {1, 0}, {1, 0}},
-                        {{2, 3}, {3, 2}, {}},     {{2, 3}, {1, 6}, {}},     {{2, 3}, {2, 3, 1}, {}},
-                        {{1, 5}, {1, 4}, {}},     {{1, 5}, {1, 0}, {}},     {{1, 0}, {0, 1}, {}}};
-    for (Row const& row : rows)
-        for (int op = 0; op < 5; ++op) {
-            SCOPED_TRACE(testing::PrintToString(row.a) + std::to_string(op) + testing::PrintToString(row.b));
-            // One element is read at the cursor, here of a larger array; if both are single, b is walked.
-            bool const aWalks = Lent::count(row.a) != 1, bWalks = Lent::count(row.b) != 1 || !aWalks;
-            auto const n = Lent::count(row.result);
-            Lent a(row.a, 2), b(row.b, 1);
-            bool const disagrees = row.result.empty() || (op == 4 && !aWalks && n == 0); // nothing to read
-            auto run = [&, &x = a.number, &y = b.number] {
-                return op == 0   ? Number::arrayPlus(x, y)
-                       : op == 1 ? Number::arrayMinus(x, y, s(24), s(20))
-                       : op == 2 ? Number::arrayTimes(x, y, s(24), s(24), s(20))
-                       : op == 3 ? Number::arrayDivide(x, y, s(24, -8))
-                                 : Number(x.arrayPlusEquals(y), NumberUtils::copyIndexOnly);
-            };
-            if (disagrees) {
-                EXPECT_EQ(thrownBy(run), dimsDisagree);
-                EXPECT_TRUE(a.number.getIndex() == 2 && b.number.getIndex() == 1);
-                continue;
+    for (int round = 0; round < 40; ++round) {
+        Number a = numberOf(s(8, -2), {{1, 1}}, client);
+        Cache plus{none, none, none}, times = plus;
+        Type out = none;
+        auto const typeOf = [&](Cache& cache, Type const& other, Type const& full) {
+            if (!(cache.user == none)) return cache.user;
+            if (!(cache.key == other) || cache.held == none) cache = {other, full, none};
+            return cache.held;
+        };
+        for (int step = 0; step < 30; ++step) {
+            int const what = random.between(0, 12);
+            SCOPED_TRACE(what);
+            Number const b = numberOf(random.pick(others), {{2, 2}}, client);
+            Type const &A = a.getDataType(), &B = b.getDataType(), full = sumRule(A, B);
+            auto const outOr = [&](Type const& type) { return out == none ? type : out; };
+            switch (what) {
+            case 0: EXPECT_EQ((a + b).getDataType(), outOr(typeOf(plus, B, full))); break;
+            case 1: EXPECT_EQ((a - b).getDataType(), outOr(typeOf(plus, B, full))); break;
+            case 2: EXPECT_EQ(Number::arrayMinus(a, b).getDataType(), typeOf(plus, B, full)); break;
+            case 3: EXPECT_EQ(Number::arrayPlus(a, b).getDataType(), full); break;
+            case 4: {
+                Type const product = typeOf(times, B, productRule(A, B));
+                EXPECT_EQ((a * b).getDataType(),
+                          outOr(plus.user == none ? sumRule(product, product) : plus.user));
+                break;
             }
-            Number const got = run();
-            Elements want;
-            for (int i = 0; i < static_cast<int>(n); ++i) {
-                int const x = aWalks ? i + 1 : 3, y = bWalks ? i + 1 : 2;
-                want.push_back({op % 4 == 0 ? x + y
-                                : op == 1   ? x - y
-                                : op == 2   ? x * y
-                                            : (512 * x + y) / (2 * y)});
+            case 5:
+                EXPECT_EQ(Number::arrayTimes(a, b).getDataType(),
+                          sumRule(productRule(A, B), productRule(A, B)));
+                break;
+            case 6: a.setFractionLength(random.between(0, 7)); break; // this type is no part of the key
+            case 7: a.setDataTypeForNonAssignmentOpPlus(P), plus.user = P; break;
+            case 8: a.setDataTypeForNonAssignmentOpTimes(P), times.user = P; break;
+            case 9: a.setDataTypeForBinaryOpOutput(O), out = O; break;
+            case 10: a.resetDataTypeForNonAssignmentOpPlus(), plus.held = plus.user = none; break;
+            case 11: a.resetDataTypeForNonAssignmentOpTimes(), times.held = times.user = none; break;
+            default: a.resetDataTypeForBinaryOpOutput(), out = none;
             }
-            if (op == 4 && !aWalks) // a single receiver takes element 0 alone
-                EXPECT_EQ(a.storage, storageOf(s(16), {{1}, {2}, {4}, {4}, {5}, {6}, {7}}));
-            else
-                EXPECT_EQ(elementsOf(got), want);
-            EXPECT_EQ(dimsOf(got), op == 4 ? row.a : row.result);
-            EXPECT_EQ(a.number.getIndex(), op < 4 && aWalks && n != 0 ? n - 1 : 2);
-            EXPECT_EQ(b.number.getIndex(), op < 4 && bWalks && n != 0 ? n - 1 : 1);
-            EXPECT_TRUE(got.getIndex() == 0 && &got.getFxpClient() == &a.client &&
-                        got.getRoundMode() == fxpModeRoundingNearest &&
-                        got.getOverflowMode() == fxpModeOverflowSaturate);
+            Number const twin(a, NumberUtils::copyIndexOnly), copy = a;
+            for (Number const* const it : {&std::as_const(a), &twin}) {
+                EXPECT_EQ(it->getDataTypeForNonAssignmentOpPlus(), plus.user == none ? plus.held : plus.user);
+                EXPECT_EQ(it->getDataTypeForNonAssignmentOpTimes(),
+                          times.user == none ? times.held : times.user);
+                EXPECT_EQ(it->getDataTypeForBinaryOpOutput(), out);
+                EXPECT_TRUE(it->isDataTypeForNonAssignmentOpPlusUserSpecified() != (plus.user == none) &&
+                            it->isDataTypeForNonAssignmentOpTimesUserSpecified() != (times.user == none) &&
+                            it->isDataTypeForBinaryOpOutputUserSpecified() != (out == none));
+            }
+            EXPECT_TRUE(copy.getDataTypeForNonAssignmentOpPlus() == none &&
+                        copy.getDataTypeForNonAssignmentOpTimes() == none &&
+                        copy.getDataTypeForBinaryOpOutput() == none);
+            ASSERT_FALSE(HasFailure());
         }
+    }
 }
 
 TEST(Arithmetic, OperandMayBeTheTarget)

@@ -69,47 +69,8 @@ TEST(Bits, ShiftsOfWordsByAnyCount)
         }
 }
 
-TEST(Bits, LogicPairsElementsAndTakesContainersAsTheyAre)
+TEST(Bits, LogicTakesContainersAsTheyAre)
 {
-    struct Row {
-        Dims a, b;
-        unsigned long long bEnd; ///< b's cursor
-        bool agree = true;
-    };
-    Row const rows[] = {
-        {{1, 1}, {1, 1}, 0},        {{1, 5}, {1, 1}, 0},        {{1, 1}, {2, 3}, 1},
-        {{2, 3}, {2, 3}, 5},        {{1, 0}, {1, 1}, 1},        {{1, 1}, {1, 0}, 1},
-        {{2, 3}, {3, 2}, 1, false}, {{1, 5}, {1, 4}, 1, false}, {{2, 2}, {2, 2, 1}, 1, false}};
-    constexpr decltype(&Number::bitAnd) ofArrays[] = {Number::arrayBitAnd, Number::arrayBitOr,
-                                                      Number::arrayBitXor},
-                                        ofOne[] = {Number::bitAnd, Number::bitOr, Number::bitXor};
-    for (Row const& row : rows)
-        for (std::size_t op = 0; op < 3; ++op) {
-            SCOPED_TRACE(testing::PrintToString(row.a) + std::to_string(op) + testing::PrintToString(row.b));
-            auto combined = [&](int x, int y) -> Element {
-                return {op == 0 ? x & y : op == 1 ? x | y : x ^ y};
-            };
-            Lent a(row.a, 2), b(row.b, 1);
-            b.number.setWordLength(12);
-            bool const isA = Lent::count(row.a) != 1, isB = Lent::count(row.b) != 1;
-            if (isA && Lent::count(row.a) != 0) { // the scalar form: all of a, element 0 changed
-                Elements want = elementsOf(a.number);
-                want[0] = combined(1, 2);
-                EXPECT_EQ(elementsOf(ofOne[op](a.number, b.number)), want);
-            }
-            Elements want, got; // a single a is read at its cursor, a single b at element 0
-            for (int i = 0; i < static_cast<int>(Lent::count(isB ? row.b : row.a)); ++i)
-                want.push_back(combined(isA ? i + 1 : isB ? 3 : 1, isB ? i + 1 : 1));
-            auto run = [&] {
-                Number const result = ofArrays[op](a.number, b.number);
-                got = elementsOf(result);
-                EXPECT_EQ(dimsOf(result), isB ? row.b : row.a);
-                EXPECT_EQ(result.getWordLength(), !isA && isB ? 12 : 16);
-            };
-            EXPECT_EQ(thrownBy(run), row.agree ? "" : dimsDisagree);
-            EXPECT_EQ(got, row.agree ? want : Elements{});
-            EXPECT_TRUE(a.number.getIndex() == 2 && b.number.getIndex() == row.bEnd);
-        }
     RecordingClient client;
     Number const nibble = numberOf(u(4), {{5}, {9}}, client), minus = numberOf(s(7), {{-1}}, client);
     EXPECT_EQ(elementsOf(Number::bitCmp(nibble)), (Elements{{10}, {9}}));

@@ -108,39 +108,6 @@ TEST(Comparison, WideValuesThatDifferInTheLowestBitOrInScaling)
     }
 }
 
-TEST(Comparison, ArraysPairElementsAndKeepCursors)
-{
-    struct Row {
-        Dims a, b, shape; ///< no shape: an error
-    };
-    Row const rows[] = {{{1, 1}, {1, 4}, {1, 4}}, {{1, 4}, {1, 1}, {1, 4}}, {{1, 1}, {1, 1}, {1, 1}},
-                        {{2, 3}, {2, 3}, {2, 3}}, {{2, 3}, {3, 2}, {}},     {{2, 3}, {2, 3, 1}, {}},
-                        {{1, 5}, {1, 4}, {}},     {{1, 0}, {1, 0}, {}},     {{1, 1}, {1, 0}, {}},
-                        {{0, 1}, {1, 1}, {}},     {{1, 0}, {1, 3}, {}}};
-    for (Row const& row : rows)
-        for (std::size_t relation = 0; relation < 6; ++relation) {
-            SCOPED_TRACE(testing::PrintToString(row.a) + " with " + testing::PrintToString(row.b));
-            Lent a(row.a, 2), b(row.b, 1);
-            a.storage.put(1, {9}); // 1 9 3 4 5 6, a single one being read at element 0
-            std::array<bool, 8> out{}, before{};
-            out.fill(true), before.fill(true);
-            auto compare = [&](bool* to) { return (a.number.*arrayRelations[relation])(b.number, to); };
-            if (row.shape.empty())
-                EXPECT_EQ(thrownBy([&] { compare(out.data()); }), dimsDisagree);
-            else {
-                compare(out.data());
-                for (int i = 0; i < static_cast<int>(Lent::count(row.shape)); ++i) {
-                    int const x = Lent::count(row.a) == 1 ? 1 : i == 1 ? 9 : i + 1;
-                    int const y = Lent::count(row.b) == 1 ? 1 : i + 1;
-                    auto const at = static_cast<std::size_t>(i);
-                    before[at] = relationsOf(x == y, (x > y) - (x < y))[relation];
-                }
-            }
-            EXPECT_EQ(out, before) << relation;
-            EXPECT_TRUE(a.number.getIndex() == 2 && b.number.getIndex() == 1);
-        }
-}
-
 // Above 500 elements equality goes by stored integers and exponents alone, without the imaginary part of a
 // right operand whose left one is real, and not at all with operands that are not fixed.
 TEST(Comparison, ScalingsFloatingOperandsAndTheLimitOfEquality)

@@ -260,34 +260,9 @@ TEST(NumberHandle, Disp)
     EXPECT_EQ(array.getIndex(), 0U);
 }
 
-TEST(NumberHandle, ArrayEqualsChecksShapes)
+TEST(NumberHandle, ArrayEqualsLeavesCursorsWhereAHookThrows)
 {
-    struct Row {
-        Dims target, source;
-        bool agrees;
-    };
     RecordingClient client;
-    for (Row const& row :
-         {Row{{1, 1}, {1, 1}, true}, Row{{1, 1}, {1, 1, 1}, true}, Row{{3, 1}, {1, 1}, true},
-          Row{{2, 3}, {2, 3}, true}, Row{{2, 3}, {3, 2}, false}, Row{{2, 3}, {2, 3, 1}, false},
-          Row{{1, 2, 3}, {1, 2, 3}, true}, Row{{1, 2, 3}, {1, 3, 2}, false}, Row{{1, 3}, {1, 4}, false},
-          Row{{1, 1}, {1, 2}, false}, Row{{1, 1}, {1, 0}, false}, Row{{1, 0}, {1, 1}, true},
-          Row{{1, 0}, {1, 0}, true}, Row{{0, 1}, {1, 0}, false}, Row{{1, 3}, {1, 0}, false},
-          Row{{1, 0}, {1, 3}, false}, Row{{600, 1}, {1, 600}, false}, Row{{600, 1}, {600, 1}, true},
-          Row{{600, 1}, {1, 1}, true}}) {
-        SCOPED_TRACE(testing::PrintToString(row.target) + testing::PrintToString(row.source));
-        Number target = shaped(row.target, s(16), client), source = shaped(row.source, s(16), client);
-        source.setValue(Values(countOf(row.source), 5.0).data());
-        target.setIndex(2);
-        source.setIndex(source.isScalar() ? 0 : 1);
-        State const targetBefore = State::of(target), sourceBefore = State::of(source);
-        EXPECT_EQ(thrownBy([&] { Number::arrayEquals(target, source); }),
-                  row.agrees ? "" : Orvex::number::IndexAssignElementCountMismatch().identifier());
-        EXPECT_TRUE(elementsOf(target) == Elements(countOf(row.target), {row.agrees ? 5 : 0}));
-        EXPECT_EQ(State::of(target), targetBefore);
-        EXPECT_EQ(State::of(source), sourceBefore);
-    }
-    // A hook that throws out of a walk leaves both cursors where it happened.
     Number target = shaped({1, 4}, s(4), client), source = numberOf(s(8), {{1}, {2}, {9}, {3}}, client);
     client.throwAt = 0;
     EXPECT_THROW(Number::arrayEquals(target, source), RecordingClient::Thrown);
