@@ -1,4 +1,7 @@
 #include "support/arithmeticcheck.h"
+#include "support/texttable.h"
+
+#include <orvex/text/type.h>
 
 #include <gtest/gtest.h>
 
@@ -6,6 +9,7 @@ namespace
 {
 using namespace orvextest;
 using Type = fxpDataTypeProp;
+using ORVEX::text::readType;
 
 constexpr Modes nearestSat{fxpModeRoundingNearest, 1};
 
@@ -35,16 +39,18 @@ TEST(Arithmetic, RandomTypesRealAndComplex)
 TEST(Arithmetic, FullPrecisionLooksAtWordAndExponentAlone)
 {
     RecordingClient client;
-    auto one = [&](Type const& type) { return Number(1.0, type, client, {}, {}); };
-    EXPECT_EQ((one(s(16, -8)) + one(s(16, -4))).getDataType(), s(21, -8));
-    EXPECT_EQ((one(u(8, -3)) * one(s(8, -2))).getDataType(), s(16, -5));
-    EXPECT_EQ((one(u(8)) - one(s(8))).getDataType(), s(9)); // no further bit for the sign
-    EXPECT_EQ((one(u(8)) - one(u(8))).getDataType(), u(9));
-    EXPECT_EQ(dimsOf(one(u(8)) * one(u(8))), (Dims{1, 1}));
-    EXPECT_EQ(dimsOf(Number::divide(one(u(8)), one(u(8)), u(8))), (Dims{1}));
-    Type const sloped = fixedType(true, 8, -1, 1.5, 3.0);
-    EXPECT_EQ((one(sloped) + one(u(8, 1))).getDataType(), s(11, -1));
-    EXPECT_EQ((one(scaledDouble(sloped)) * one(u(8, 1))).getDataType(), s(16));
+    auto const typeOf = [&](std::string const& a, char op, std::string const& b) {
+        Number const x(1.0, readType(a), client, {}, {}), y(1.0, readType(b), client, {}, {});
+        EXPECT_EQ(dimsOf(Number::divide(x, y, u(8))), Dims{1});
+        Number const result = op == '+' ? x + y : op == '-' ? x - y : x * y;
+        EXPECT_EQ(dimsOf(result), (Dims{1, 1}));
+        return result.getDataType();
+    };
+    // The difference of unsigned types has no further bit for the sign.
+    for (Texts const& row : rows(
+             "s16,8 + s16,4 s21,8;u8,3 * s8,2 s16,5;u8 - s8 s9;u8 - u8 u9;s8,slope=0.75,bias=3 + u8,-1 s11,1;"
+             "scaled:s8,slope=0.75,bias=3 * u8,-1 s16"))
+        EXPECT_EQ(typeOf(row[0], row[1][0], row[2]), readType(row[3])) << row[0] << row[1] << row[2];
 }
 
 /// Sums and products keep the type that they gave last, by the other operand's type; a type of the user's
@@ -132,40 +138,44 @@ TEST(Arithmetic, OperandMayBeTheTarget)
 
 TEST(Arithmetic, BiasedResultsAreFirstFilledWithRealWorldZero)
 {
-    Type const T = fixedType(true, 8, 0, 1.0, 200.0), O = fixedType(true, 7, 0, 1.0, 200.0);
+    constexpr Event min = Event::saturationToMin, max = Event::saturationToMax;
+    Type const T = s(8, 0, 1.0, 200.0), O = s(7, 0, 1.0, 200.0), N = s(8, 0, 1.0, -200.0);
     RecordingClient client, other;
     Number a = numberOf(T, {{1}, {2}, {3}}, client, nearestSat);
     Number const b = numberOf(T, {{4}, {5}, {6}}, other, nearestSat);
     Number const c = numberOf(T, {{1, 2}, {3, 4}}, client, nearestSat);
     Number const d = numberOf(T, {{1, 1}, {1, -1}}, other, nearestSat);
-    auto check = [&](Number const& got, Elements const& want, std::size_t heard, std::size_t byOther = 0) {
+    auto check = [&](Number const& got, Elements const& want, Events const& heard, std::size_t byOther = 0) {
         EXPECT_EQ(elementsOf(got), want);
-        EXPECT_EQ(client.events(), Events(heard, Event::saturationToMin)); // 0.0 lies far below
-        EXPECT_EQ(other.events(), Events(byOther, Event::saturationToMin));
+        EXPECT_EQ(client.events(), heard);
+        EXPECT_EQ(other.events(), Events(byOther, min));
         client.clear();
         other.clear();
     };
-    check(Number::arrayPlus(a, b, T), {{5}, {7}, {9}}, 3);
-    check(Number::arrayMinus(a, b, T, O), {{-3}, {-3}, {-3}}, 6);
-    check(Number::arrayTimes(a, b, T), {{4}, {10}, {18}}, 3);
-    check(Number::arrayTimes(a, b, T, T, O), {{4}, {10}, {18}}, 6);
-    check(Number::arrayDivide(b, a, T), {{4}, {3}, {2}}, 0, 3);
-    check(Number::divide(c, d, T), {{1, 2}}, 2);
+    check(Number::arrayPlus(a, b, T), {{5}, {7}, {9}}, Events(3, min));
+    check(Number::arrayMinus(a, b, T, O), {{-3}, {-3}, {-3}}, Events(6, min));
+    check(Number::arrayTimes(a, b, T), {{4}, {10}, {18}}, Events(3, min));
+    check(Number::arrayTimes(a, b, T, T, O), {{4}, {10}, {18}}, Events(6, min));
+    check(Number::arrayDivide(b, a, T), {{4}, {3}, {2}}, {}, 3);
+    check(Number::divide(c, d, T), {{1, 2}}, {min, min});
+    Number const e = numberOf(s(8), {{1}, {1}}, client, nearestSat);
+    EXPECT_EQ(thrownBy([&] { Number::arrayTimes(e, a, T, N); }), dimsDisagree); // before anything is heard
+    Number::arrayTimes(e, e, T, N); // the result, and then the scratch of its products
+    Events heard = client.events();
+    heard.resize(3);
+    EXPECT_EQ(heard, (Events{max, max, min}));
+    client.clear();
     a.setDataTypeForNonAssignmentOpPlus(T);
     a.setIndex(0), b.setIndex(0);
-    check(a + b, {{5}}, 1);
+    check(a + b, {{5}}, {min});
     a.setDataTypeForBinaryOpOutput(O);
-    check(a - b, {{-3}}, 2);
+    check(a - b, {{-3}}, {min, min});
     a += b;
     EXPECT_EQ(a.getRWDoubleValue(), 205.0); // of stored integers: one bias short
-    EXPECT_EQ(thrownBy([&] { Number::arrayPlus(a, c, T); }), dimsDisagree);
-    check(a, {{5}, {2}, {3}}, 0);
+    check(a, {{5}, {2}, {3}}, {});
     // The scratch of a complex product and the four parts of each pair are numbers of their own.
-    constexpr Event min = Event::saturationToMin, max = Event::saturationToMax;
-    Type const N = fixedType(true, 8, 0, 1.0, -200.0);
-    EXPECT_EQ(elementsOf(Number::arrayTimes(c, d, N, N)), (Elements{{-1, 3}, {7, 1}}));
-    EXPECT_EQ(client.events(), (Events{max, max, max, max, max, min, min, max, min, min}));
-    EXPECT_EQ(other.events(), Events(4, min));
+    check(Number::arrayTimes(c, d, N, N), {{-1, 3}, {7, 1}},
+          {max, max, max, max, max, min, min, max, min, min}, 4);
 }
 
 TEST(Arithmetic, HookMayComputeWithTheHandleAtWork)
@@ -188,64 +198,48 @@ TEST(Arithmetic, HookMayComputeWithTheHandleAtWork)
 /// New results are of a fixed type, and take the left operand before they meet the right one.
 TEST(Arithmetic, OperandsOfUnwelcomeKinds)
 {
-    Type const real = Type::doubleDataType(), single = Type::singleDataType(), T = s(20, -2);
-    Type const scaled = scaledDouble(s(16, -4));
-    std::pair<Type, std::string> const lefts[] = {{s(16), foreign},
-                                                  {s(100), foreign},
-                                                  {real, "Need to do floating-point plusEquals!\n"},
-                                                  {scaled, "Need to do scaled-double plusEquals!\n"}};
+    std::string const plusFloat = "Need to do floating-point plusEquals!\n";
     RecordingClient client;
-    auto threeOf = [&](double value, Type const& type) {
-        return Number(std::vector<double>(3, value).data(), type, client, 3, {}, {}, false);
+    Type const T = s(20, -2), single = Type::singleDataType();
+    auto const threeOf = [&](double value, std::string const& type) {
+        return Number(std::vector<double>(3, value).data(), readType(type), client, 3, {}, {}, false);
     };
-    auto all = [](Number const& number, double value) {
-        std::vector<double> values(number.getNumberOfElements());
-        number.getAllRWDoubleValues(values.data());
+    auto const expect = [](std::string const& text, double value, auto const& run) {
+        std::vector<double> values;
+        EXPECT_EQ(printedBy([&] {
+                      Number const result = run();
+                      values.resize(result.getNumberOfElements());
+                      result.getAllRWDoubleValues(values.data());
+                  }),
+                  text);
         EXPECT_EQ(values, std::vector<double>(values.size(), value));
     };
-    auto thrice = [](std::string const& text) { return text + text + text; };
-    for (auto const& [left, inPlace] : lefts)
-        for (Type const& right : {real, single, scaled, s(8)}) {
-            bool const isFixed = right.mode == fxpModeDataTypeFixed;
-            if (isFixed && left.mode == fxpModeDataTypeFixed) continue;
-            SCOPED_TRACE(testing::Message() << left << " with " << right);
+    for (auto const& [left, inPlace] : {std::pair<std::string, std::string>{"s16", foreign},
+                                        {"s100", foreign},
+                                        {"double", plusFloat},
+                                        {"scaled:s16,4", "Need to do scaled-double plusEquals!\n"}})
+        for (std::string const right : {"double", "single", "scaled:s16,4", "s8"}) {
+            bool const isFixed = right == "s8";
+            if (isFixed && left[0] == 's' && left[1] != 'c') continue;
+            SCOPED_TRACE(left + " with " + right);
             Number x = threeOf(5.0, left);
             Number const y = threeOf(2.0, right);
-            std::string const text = isFixed ? "" : foreign;
+            std::string const text = isFixed ? "" : foreign, thrice = text + text + text;
             double const sum = isFixed ? 7 : 5, difference = isFixed ? 3 : 5;
-            EXPECT_EQ(printedBy([&] { x.arrayPlusEquals(y); }), thrice(inPlace));
-            EXPECT_EQ(printedBy([&] { all(x, 5.0), all(x + y, sum); }), text);
-            EXPECT_EQ(printedBy([&] { all(x - y, difference); }), text);
-            EXPECT_EQ(printedBy([&] { all(Number::arrayPlus(x, y), sum); }), thrice(text));
-            EXPECT_EQ(printedBy([&] { all(Number::arrayMinus(x, y, T, s(30)), difference); }), thrice(text));
+            expect(inPlace + inPlace + inPlace, 5.0, [&] { return x.arrayPlusEquals(y); });
+            expect(text, sum, [&] { return x + y; });
+            expect(text, difference, [&] { return x - y; });
+            expect(thrice, sum, [&] { return Number::arrayPlus(x, y); });
+            expect(thrice, difference, [&] { return Number::arrayMinus(x, y, T, s(30)); });
+            for (auto const product : {Number::arrayTimes, Number::arrayDivide, Number::divide})
+                expect("", 0.0, [&] { return product(x, y, T); });
+            expect("", 0.0, [&] { return Number::arrayTimes(x, y); });
+            expect("", 0.0, [&] { return x * y; });
+            expect("", 0.0, [&] { return y * x; });
             x.setDataTypeForNonAssignmentOpPlus(single);
-            EXPECT_EQ(printedBy([&] { all(x + y, 5.0); }), lefts[2].second);
-            EXPECT_EQ(printedBy([&] {
-                          for (Number const& product :
-                               {x * y, y * x, Number::divide(x, y, T), Number::arrayTimes(x, y),
-                                Number::arrayTimes(x, y, T, s(30)), Number::arrayDivide(x, y, T)})
-                              all(product, 0.0);
-                      }),
-                      "");
+            expect(plusFloat, 5.0, [&] { return x + y; });
         }
     EXPECT_EQ(client.events(), Events{});
-}
-
-/// Shapes are checked before anything is heard; then the result is filled, and then the product's scratch.
-TEST(ArrayTimes, FillsItsResultBeforeItsProduct)
-{
-    Type const product = fixedType(true, 8, 0, 1.0, 200.0), output = fixedType(true, 8, 0, 1.0, -200.0);
-    Modes const modes{fxpModeRoundingNearest, 1};
-    RecordingClient client;
-    Number const a = numberOf(s(8), Elements(2, {1}), client, modes),
-                 b = numberOf(s(8), Elements(2, {1}), client, modes),
-                 c = numberOf(s(8), Elements(3, {1}), client, modes);
-    EXPECT_THROW(Number::arrayTimes(a, c, product, output), kvxDiagnosticException);
-    EXPECT_TRUE(client.events().empty());
-    Number const result = Number::arrayTimes(a, b, product, output);
-    Events heard = client.events();
-    heard.resize(3);
-    EXPECT_EQ(heard, (Events{Event::saturationToMax, Event::saturationToMax, Event::saturationToMin}));
 }
 
 } // namespace
