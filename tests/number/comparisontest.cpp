@@ -1,4 +1,7 @@
 #include "support/bodies.h"
+#include "support/texttable.h"
+
+#include <orvex/text/type.h>
 
 #include <gtest/gtest.h>
 
@@ -6,11 +9,22 @@ namespace
 {
 using namespace orvextest;
 using Type = fxpDataTypeProp;
+using ORVEX::text::readType;
 
-double const nan = std::nan("");
-
-Value fixedValue(Type const& type, Element const& parts) { return {type, parts}; }
-Value doubleValue(double raw, Type const& type = Type::doubleDataType()) { return {type, {}, raw}; }
+/// Stored integers of a fixed type, the parts of a complex one with a comma between, or the double of
+/// another.
+Value valueOf(std::string const& type, std::string const& text)
+{
+    bool const hasNoSlope = type == "undefined", hasNoBias = type == "unbounded";
+    Value value{readType(hasNoSlope || hasNoBias ? "s8" : type)};
+    if (hasNoSlope) value.type.slopeAdjustmentFactor = std::nan("");
+    if (hasNoBias) value.type.bias = std::nan("");
+    if (value.isFixed())
+        for (std::string const& part : split(text, ',')) value.parts.push_back(Int(part));
+    else
+        value.raw = std::stod(text);
+    return value;
+}
 
 Number arrayOf(Value const& value, std::size_t count, RecordingClient& client)
 {
@@ -78,7 +92,7 @@ TEST(Comparison, ExactForSmallWidthsAtAnyDistanceOfExponents)
     auto valuesOf = [](Type const& type) {
         std::vector<Value> values;
         for (Int stored = minStored(type); stored <= maxStored(type); ++stored)
-            values.push_back(fixedValue(type, {stored}));
+            values.push_back({type, {stored}});
         return values;
     };
     for (int const exponent : {0, 1, -2, 61, 64, -66, 125, -127, 140, -200})
@@ -112,62 +126,33 @@ TEST(Comparison, WideValuesThatDifferInTheLowestBitOrInScaling)
 // right operand whose left one is real, and not at all with operands that are not fixed.
 TEST(Comparison, ScalingsFloatingOperandsAndTheLimitOfEquality)
 {
-    constexpr Relations equal{true, false, false, false, true, true},
-        less{false, true, true, false, true, false}, greater{false, true, false, true, false, true},
-        unordered{false, true, false, false, false, false},
-        unequal{false, true, false, false, true, true}; // the real parts are equal
-    enum Above { same, flipped, untouched };
-    struct Row {
-        Value a, b;
-        Relations wanted;
-        Above above = same;
-        std::string text{};
-    };
-    Type const biased = fixedType(true, 8, 0, 1.0, 3.0), sloped = fixedType(true, 100, 0, 1.5);
-    Type const undefined = fixedType(true, 8, 0, nan), unbounded = fixedType(true, 8, 0, 1.0, nan);
-    Type const scaled = scaledDouble(s(8, -1)), single = Type::singleDataType();
-    Row const rows[] = {
-        {fixedValue(s(16, -8), {384}), fixedValue(u(100, -20), {Int(3) << 19}), equal},
-        {fixedValue(s(64), {-1}), fixedValue(u(64), {maxStored(u(64))}), less},
-        {fixedValue(u(9), {0}), fixedValue(s(130, -300), {0}), equal},
-        {fixedValue(s(8), {4}), fixedValue(biased, {1}), equal, flipped},
-        {fixedValue(s(8), {4}), fixedValue(biased, {4}), less, flipped},
-        {fixedValue(sloped, {2}), fixedValue(u(8), {2}), greater, flipped},
-        // By doubles where scalings differ: what lies below their precision is lost.
-        {fixedValue(s(64), {(Int(1) << 60) + 1}), fixedValue(fixedType(true, 64, 60, 1.0, 1e-9), {1}), equal,
-         flipped},
-        {fixedValue(undefined, {1}), fixedValue(undefined, {1}), unordered, flipped},
-        {fixedValue(s(100), {5}), fixedValue(unbounded, {5}), unordered, flipped},
-        {fixedValue(s(8), {1, 5}), fixedValue(s(8), {1, -5}), unequal},
-        {fixedValue(s(8), {1, 1}), fixedValue(s(8), {1}), unequal},
-        {fixedValue(u(70), {1}), fixedValue(u(90), {1, 5}), unequal, flipped},
-        {fixedValue(s(70), {1, 0}), fixedValue(u(8), {1}), equal},
-        {fixedValue(biased, {1, 0}), fixedValue(biased, {1}), unequal, flipped}, // an imaginary part of 3.0
-        {fixedValue(biased, {1, -3}), fixedValue(biased, {1}), equal, flipped},
-        {fixedValue(biased, {1}), fixedValue(biased, {1, -3}), equal},
-        {doubleValue(nan), fixedValue(s(8), {1}), unordered, untouched},
-        {doubleValue(1.25, single), fixedValue(s(8), {1}), greater, untouched},
-        {doubleValue(3.5, scaled), fixedValue(u(70), {2}), less, untouched},
-        {doubleValue(1.0), fixedValue(s(8), {1, 2}), unequal, untouched},
-        {doubleValue(1.0), fixedValue(s(8), {1, 0}), equal, untouched},
-        {doubleValue(nan, scaled), doubleValue(2.0), equal, untouched}, // not looked at
-        {fixedValue(s(8), {1}), doubleValue(nan), equal, untouched, foreign},
-        {fixedValue(u(100), {1}), doubleValue(7.0, scaled), equal, untouched, foreign},
-        {fixedValue(u(8), {1, 0}), doubleValue(2.0, single), equal, untouched, foreign}};
     RecordingClient client;
-    for (Row const& row : rows)
+    // Two values, their order (?: unordered; !: the real parts are equal), and what equality does above:
+    // flipped or untouched.
+    for (Texts const& row :
+         rows("s16,8 384 u100,20 1572864 =;s64 -1 u64 18446744073709551615 <;u9 0 s130,300 0 =;"
+              "s8 4 s8,bias=3 1 = f;s8 4 s8,bias=3 4 < f;s100,slope=1.5 2 u8 2 > f;"
+              // By doubles where scalings differ: what lies below their precision is lost.
+              "s64 1152921504606846977 s64,slope=1*2^60,bias=1e-9 1 = f;undefined 1 undefined 1 ? f;"
+              "s100 5 unbounded 5 ? f;s8 1,5 s8 1,-5 !;s8 1,1 s8 1 !;u70 1 u90 1,5 ! f;s70 1,0 u8 1 =;"
+              "s8,bias=3 1,0 s8,bias=3 1 ! f;" // an imaginary part of 3.0
+              "s8,bias=3 1,-3 s8,bias=3 1 = f;s8,bias=3 1 s8,bias=3 1,-3 =;double nan s8 1 ? u;"
+              "single 1.25 s8 1 > u;scaled:s8,1 3.5 u70 2 < u;double 1 s8 1,2 ! u;double 1 s8 1,0 = u;"
+              "scaled:s8,1 nan double 2 = u;" // not looked at
+              "s8 1 double nan = u foreign;u100 1 scaled:s8,1 7 = u foreign;u8 1,0 single 2 = u foreign")) {
+        Value const a = valueOf(row[0], row[1]), b = valueOf(row[2], row[3]);
+        char const order = row[4][0], above = row.size() < 6 ? ' ' : row[5][0];
+        auto const sign = std::string("<!>?").find(order == '=' ? '!' : order);
+        Relations const wanted = relationsOf(order == '=', static_cast<int>(sign) - 1);
         for (std::size_t const n : {1U, 500U, 501U})
             for (std::size_t const other : {std::size_t(1), n}) {
-                SCOPED_TRACE(testing::Message() << row.a << " and " << row.b << ' ' << n << ' ' << other);
-                Number const x = arrayOf(row.a, n, client), y = arrayOf(row.b, other, client);
+                SCOPED_TRACE(testing::Message() << a << " and " << b << ' ' << n << ' ' << other);
+                Number const x = arrayOf(a, n, client), y = arrayOf(b, other, client);
                 x.setIndex(n / 2);
-                EXPECT_EQ(relationsOf(x, y), row.wanted);
+                EXPECT_EQ(relationsOf(x, y), wanted);
                 for (std::size_t i = 0; i < 6; ++i)
                     for (bool const before : {false, true}) {
-                        bool const isAbove = i == 0 && n > 500;
-                        bool const want = isAbove && row.above == untouched
-                                              ? before
-                                              : row.wanted[i] != (isAbove && row.above == flipped);
+                        bool const isAbove = i == 0 && n > 500, isUntouched = isAbove && above == 'u';
                         std::unique_ptr<bool[]> out(before ? new bool[n + 1] : nullptr);
                         std::fill_n(out.get(), before ? n + 1 : 0, before);
                         EXPECT_EQ(printedBy([&] {
@@ -175,11 +160,13 @@ TEST(Comparison, ScalingsFloatingOperandsAndTheLimitOfEquality)
                                       EXPECT_TRUE(!before || (got == out.get() && got[n]));
                                       if (!before) out.reset(got);
                                   }),
-                                  isAbove ? row.text : "");
+                                  isAbove && row.back() == "foreign" ? foreign : "");
+                        bool const want = isUntouched ? before : wanted[i] != (isAbove && above == 'f');
                         EXPECT_EQ(std::count(out.get(), out.get() + n, want), n) << i;
                     }
                 EXPECT_EQ(x.getIndex(), n / 2);
             }
+    }
 }
 
 } // namespace

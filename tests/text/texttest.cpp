@@ -123,9 +123,10 @@ TEST(TypeText, TroubleIsToldWithItsPlace)
 {
     expectTrouble("@|@q8|@float|s@|s@0|s@65537|s8,@|s8 @|s8,@slop=1|s8,slope@|s8,slope@-1|s8,slope=@-1|"
                   "s8,slope=@0|s8,slope=@inf|s8,slope=@nan|s8,slope=2*2^@x|s8,bias=@1e999|s8,bias=@inf|"
-                  "s8,2,@3|s8,bias=1,@2|s8,@70000|s8@;2|Q3@|Q3.@|UQ0.@0|UQ-2.@2|Q3.12@x|Q3.@65535|"
-                  "scaled:@double|scaled:@|double@s|sfixed(3@|sfixed(3 @to 4)|ufixed(3 downto @4)|"
-                  "ufixed(3 downto 1@|fixed<@0,1>|fixed<8@>|fixed<8,1@)|fixed<8,@99999>|@ac_fixed<8,1>",
+                  "s8,2,@3|s8,bias=1,@2|s8,@70000|s8@;"
+                  "2|Q3@|Q3.@|UQ0.@0|UQ-2.@2|Q3.12@x|Q3.@65535|scaled:@double|scaled:@|double@s|sfixed(3@|"
+                  "sfixed(3 @to 4)|ufixed(3 downto @4)|ufixed(3 downto "
+                  "1@|fixed<@0,1>|fixed<8@>|fixed<8,1@)|fixed<8,@99999>|@ac_fixed<8,1>",
                   [](std::string const& text) { readType(text); });
     expectTrouble("asic@s|8,16,32@|8,16,32,32,64@,64|@0,16,32,32|@",
                   [](std::string const& text) { readTarget(text); });
@@ -273,8 +274,8 @@ TEST(ValueText, Spellings)
     };
     for (bool const isComplex : {false, true})
         for (auto const& row :
-             rows("1.5|1.5;+1.5|1.5; - 1.5 |-1.5;1.|1;.5|0.5;007|7;15e-1|1.5;0.00015E+4|1.5;"
-                  "-0|0;0e99999|0;nan|0;-nan|0"))
+             rows("1.5|1.5;+1.5|1.5; - 1.5 |-1.5;1.|1;.5|0.5;007|7;15e-1|1.5;0.00015E+4|1.5;-0|0;0e99999|0;"
+                  "nan|0;-nan|0"))
             EXPECT_EQ(reread(row[0], s(8, -4), Element(isComplex ? 2 : 1, 9)),
                       row[1] + (isComplex ? " + 0i" : ""));
     for (auto const& row : rows("1.5 - 0.25i|1.5 - 0.25i;1.5-.25i|1.5 - 0.25i;-2i|0 - 2i; 1 + 0i |1 + 0i"))

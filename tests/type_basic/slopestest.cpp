@@ -30,8 +30,8 @@ TEST(NetNominalTypes, Table)
              "s8,slope=1*2^-2000,bias=1 s8,slope=1*2^-2000,bias=1 s8;" // no 0 / 0
              "double double double;s8,3 double scaled:s64,-3;s8,bias=5 double scaled:s64,bias=-5;"
              "s8,slope=1.5*2^1 single scaled:s32,slope=1.3333333333333333*2^-2;"
-             "s8 scaled:s20,slope=1.5*2^4,bias=1 scaled:s20,slope=1.5*2^4,bias=1;s8,slope=8,bias=4 boolean "
-             "u8,slope=1.5")) {
+             "s8 scaled:s20,slope=1.5*2^4,bias=1 scaled:s20,slope=1.5*2^4,bias=1;"
+             "s8,slope=8,bias=4 boolean u8,slope=1.5")) {
         Type const y = readType(row[0]), u = row[1] == "boolean"
                                                  ? Type(fxpModeDataTypeBoolean, true, 16, 1.5, 3, 4.0, 0)
                                                  : readType(row[1]);
@@ -55,15 +55,15 @@ TEST(MixedCastPlan, Table)
     for (Texts const& row :
          rows("s16,slope=1.5 s16 - d 1.5 -0 0 -1;s16,slope=1.5 s16 m - 0.6666666666666666 0 -1 -1;"
               "s16,slope=1.5*2^-3 single - d 0.1875 -0 -3 2;s16,slope=1.5,bias=8 single - dw 1.5 -8 0 -1;"
-              "s16,slope=1.5 s16,slope=1.5*2^2 - - 4 0 2 2;single s16,slope=1.5 - - 1.5 0 0 0;s16 s16 - - 1 "
-              "0 0 0;"
-              "single s25,bias=4 - - 1 4 0 0;single s26,bias=4 - w 1 4 0 0;single s8,bias=0.1 - w 1 0.1 0 0;"
-              "single s8,slope=1.5,bias=4 - w 1.5 4 0 0;single s128 - - 1 0 0 0;single s129 - w 1 0 0 0;"
-              "single s129,slope=1.5*2^200,bias=0.1 s - 0x1.8p200 0.1 200 200;single s8,-127 - - 0x1p127 0 "
-              "127 127;"
-              "single s8,-128 - w 0x1p128 0 128 128;single s8,126 - - 0x1p-126 0 -126 -126;"
-              "single s8,127 - w 0x1p-127 0 -127 -127;single s8 - - nan 0 0 0;double s8 ms w 1 0 0 0;"
-              "s8 double s w 1 0 0 0;scaled:s8 s8 ms w 1 0 0 0;s8 scaled:s8,-3 ms w 8 0 3 3")) {
+              "s16,slope=1.5 s16,slope=1.5*2^2 - - 4 0 2 2;single s16,slope=1.5 - - 1.5 0 0 0;"
+              "s16 s16 - - 1 0 0 0;single s25,bias=4 - - 1 4 0 0;single s26,bias=4 - w 1 4 0 0;"
+              "single s8,bias=0.1 - w 1 0.1 0 0;single s8,slope=1.5,bias=4 - w 1.5 4 0 0;"
+              "single s128 - - 1 0 0 0;single s129 - w 1 0 0 0;"
+              "single s129,slope=1.5*2^200,bias=0.1 s - 0x1.8p200 0.1 200 200;"
+              "single s8,-127 - - 0x1p127 0 127 127;single s8,-128 - w 0x1p128 0 128 128;"
+              "single s8,126 - - 0x1p-126 0 -126 -126;single s8,127 - w 0x1p-127 0 -127 -127;"
+              "single s8 - - nan 0 0 0;double s8 ms w 1 0 0 0;s8 double s w 1 0 0 0;"
+              "scaled:s8 s8 ms w 1 0 0 0;s8 scaled:s8,-3 ms w 8 0 3 3")) {
         SCOPED_TRACE(row[0] + " from " + row[1] + ", net slope " + row[4]);
         auto const has = [&](std::size_t cell, char flag) {
             return row[cell].find(flag) != std::string::npos;
