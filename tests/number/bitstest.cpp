@@ -1,4 +1,5 @@
 #include "support/model.h"
+#include "support/texttable.h"
 
 #include <gtest/gtest.h>
 
@@ -95,25 +96,22 @@ TEST(Bits, SingleBits)
             bool const value = random.coin();
             Model want({type, elements[at]}, {});
             want.setBit(bit, value);
-            x.copyDataIntoSIArray(storageOf(type, elements).data(), elements.size());
             x.setIndex(at);
             ASSERT_EQ(elementsOf(x.bitGet(bit)), Elements{bitOf(at, bit)}) << type << bit;
             x.bitSet(bit, value);
             ASSERT_EQ(elementAt(x, at), want.now) << type << bit;
+            x.copyDataIntoSIArray(storageOf(type, elements).data(), elements.size());
         }
-        for (int const bit : {INT_MIN, -1, 0, W + 1, INT_MAX}) {
-            EXPECT_EQ(thrownBy([&] { x.bitGet(bit); }), outOfRange);
-            EXPECT_EQ(thrownBy([&] { x.bitSet(bit, true); }), outOfRange);
-        }
-        x.copyDataIntoSIArray(storageOf(type, elements).data(), elements.size());
+        for (int const bit : {INT_MIN, -1, 0, W + 1, INT_MAX})
+            EXPECT_TRUE(thrownBy([&] { x.bitGet(bit); }) == outOfRange &&
+                        thrownBy([&] { x.bitSet(bit, true); }) == outOfRange);
         Elements low, high;
         for (std::size_t i = 0; i <= at; ++i) low.push_back(bitOf(i, 1)), high.push_back(bitOf(i, W));
-        EXPECT_EQ(elementsOf(x.getLSB()), Elements{low[at]});
-        EXPECT_EQ(elementsOf(x.getMSB()), Elements{high[at]});
+        EXPECT_TRUE(elementsOf(x.getLSB()) == Elements{low[at]} &&
+                    elementsOf(x.getMSB()) == Elements{high[at]});
         x.setIndex(0);
-        EXPECT_EQ(elementsOf(x.arrayGetLSB()), low);
-        EXPECT_EQ(x.getIndex(), at);
-        EXPECT_EQ(elementsOf(x.arrayGetMSB()), high);
+        EXPECT_TRUE(elementsOf(x.arrayGetLSB()) == low && x.getIndex() == at &&
+                    elementsOf(x.arrayGetMSB()) == high);
         for (Number const& bit : {x.getMSB(), x.arrayGetMSB(), x.arrayBitGet({1})})
             EXPECT_TRUE(bit.getDataType() == u(1) && bit.getRoundMode() == fxpModeRoundingNearest &&
                         bit.getOverflowMode() == fxpModeOverflowSaturate && &bit.getFxpClient() == &client);
@@ -124,54 +122,55 @@ TEST(Bits, SingleBits)
     EXPECT_EQ(elementsOf(x)[0], (Element{-1, -1}));
     EXPECT_EQ(elementsOf(x.arrayGetLSB()), (Elements{{0}, {0}}));
     x.setWordLength(0);
-    EXPECT_EQ(thrownBy([&] { x.getLSB(); }), outOfRange);
-    EXPECT_EQ(thrownBy([&] { x.arrayGetMSB(); }), outOfRange);
+    EXPECT_EQ(thrownBy([&] { x.getLSB(); }) + thrownBy([&] { x.arrayGetMSB(); }), outOfRange + outOfRange);
 }
 
+std::vector<int> ints(std::string const& text)
+{
+    std::vector<int> values;
+    for (std::string const& word : split(text, ' ')) values.push_back(std::stoi(word));
+    return values;
+}
+
+/// On 5 or on 2 x 3 elements 1 2 3 4 5 6: indices; what is got (nothing: an error); the stored integers when
+/// these bits are set, or have become the last cell's values.
 TEST(Bits, ListsOfIndices)
 {
-    Elements const scalar{{5}}, array{{1}, {2}, {3}, {4}, {5}, {6}};
-    struct Row {
-        Elements const& of;
-        std::vector<int> bits;
-        std::vector<bool> values; ///< none: all true
-        Elements get;             ///< none: an error
-        Elements set;             ///< the stored integers afterwards
-        std::string error{};
-    };
-    Row const rows[] = {
-        {scalar, {1, 3, 2}, {}, {{1}, {1}, {0}}, {{7}}},
-        {scalar, {4, 1, 4}, {true, false, false}, {{0}, {1}, {0}}, {{4}}},
-        {scalar, {}, {}, {}, {{5}}},
-        {scalar, {8, 9, 1}, {}, {}, {{-123}}, outOfRange},
-        {array, {2}, {}, {{0}, {1}, {1}, {0}, {0}, {1}}, {{3}, {2}, {3}, {6}, {7}, {6}}},
-        {array, {1}, {false}, {{1}, {0}, {1}, {0}, {1}, {0}}, {{0}, {2}, {2}, {4}, {4}, {6}}},
-        {array, {1, 2, 3, 3, 2, 8}, {}, {{1}, {1}, {0}, {1}, {0}, {0}}, {{1}, {2}, {7}, {4}, {7}, {-122}}},
-        {array, {3, 3, 0, 3, 3, 3}, {}, {}, {{5}, {6}, {3}, {4}, {5}, {6}}, outOfRange},
-        {array, {1, 2}, {}, {}, array, dimsDisagree},
-        {array, {}, {}, {}, array, dimsDisagree},
-        {array, {3, 3, 3, 3, 3, 3, 3}, {}, {}, array, dimsDisagree}};
     RecordingClient client;
-    for (Row const& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.bits));
-        bool const isArray = row.of.size() > 1;
-        Number x = numberOf(s(8), row.of, client, {}, isArray ? Dims{2, 3} : Dims{1, 1});
-        auto get = [&] {
-            Number const result = x.arrayBitGet(row.bits);
-            EXPECT_EQ(elementsOf(result), row.get);
-            EXPECT_EQ(dimsOf(result), isArray ? (Dims{2, 3}) : (Dims{1, row.bits.size()}));
+    for (Texts const& row :
+         rows("1 3 2|1 1 0|7;4 1 4|0 1 0|4|1 0 0;|none|5;8 9 1||-123;2|0 1 1 0 0 1|3 2 3 6 7 6;"
+              "1|1 0 1 0 1 0|0 2 2 4 4 6|0;1 2 3 3 2 8|1 1 0 1 0 0|1 2 7 4 7 -122;3 3 0 3 3 3||5 6 3 4 5 6;"
+              "1 2|dims|1 2 3 4 5 6;|dims|1 2 3 4 5 6;3 3 3 3 3 3 3|dims|1 2 3 4 5 6;"
+              "3 3|dims|1 2 3 4 5 6|1",
+              '|')) {
+        SCOPED_TRACE(row[0] + " gives " + row[1] + ", leaves " + row[2]);
+        bool const isArray = row[2].find(' ') != row[2].npos;
+        Number x = numberOf(s(8), isArray ? Elements{{1}, {2}, {3}, {4}, {5}, {6}} : Elements{{5}}, client,
+                            {}, isArray ? Dims{2, 3} : Dims{1, 1});
+        std::vector<int> const bits = row[0].empty() ? std::vector<int>() : ints(row[0]);
+        Elements got, want, left;
+        bool const isError = row[1].empty() || row[1] == "dims";
+        for (int const bit : isError || row[1] == "none" ? std::vector<int>() : ints(row[1]))
+            want.push_back({bit});
+        for (int const stored : ints(row[2])) left.push_back({stored});
+        auto const get = [&] {
+            Number const result = x.arrayBitGet(bits);
+            got = elementsOf(result);
+            EXPECT_EQ(dimsOf(result), isArray ? (Dims{2, 3}) : (Dims{1, bits.size()}));
             EXPECT_EQ(x.getIndex(), isArray ? 5U : 0U);
         };
-        auto set = [&] {
-            row.values.empty() ? x.arrayBitSet(row.bits) : x.arrayBitSet(row.bits, row.values);
+        auto const set = [&] {
+            std::vector<bool> values;
+            for (int const value : row.size() > 3 ? ints(row[3]) : std::vector<int>())
+                values.push_back(value != 0);
+            values.empty() ? x.arrayBitSet(bits) : x.arrayBitSet(bits, values);
         };
-        EXPECT_EQ(thrownBy(get), row.error);
-        EXPECT_EQ(thrownBy(set), row.error);
-        EXPECT_EQ(elementsOf(x), row.set);
+        std::string const error = row[1].empty() ? outOfRange : isError ? dimsDisagree : "";
+        EXPECT_EQ(thrownBy(get), error);
+        EXPECT_EQ(got, want);
+        EXPECT_EQ(thrownBy(set), error);
+        EXPECT_EQ(elementsOf(x), left);
     }
-    Number x = numberOf(s(8), {{1}, {2}}, client);
-    EXPECT_EQ(thrownBy([&] { x.arrayBitSet({3, 3}, {true}); }), dimsDisagree); // one value short
-    EXPECT_EQ(elementsOf(x), (Elements{{1}, {2}}));
 }
 
 /// The low bits of `element`, and those of `partner` that are moved up or down with it. A count with its top
@@ -196,10 +195,9 @@ TEST(Bits, Rotations)
         for (unsigned const n : {0U, 1U, 2U, W - 1, W, W + 1, 3 * W + 2, 0x80000000U, 0x80000001U, ~0U})
             for (bool const left : {false, true}) {
                 Elements const elements = valuesOf(type, random, false);
-                auto const last = elements.size() - 1;
                 SCOPED_TRACE(testing::Message() << type << left << " by " << n);
                 check(
-                    type, elements, {}, static_cast<int>(n) % type.wordLength != 0 ? last : 0,
+                    type, elements, {}, static_cast<int>(n) % type.wordLength != 0 ? elements.size() - 1 : 0,
                     [&](Model& e) { e.now = {rotated(type, e.now[0], e.now[0], n, left)}; },
                     [&](Number& x) { left ? x.arrayBitRotateLeft(n) : x.arrayBitRotateRight(n); });
                 RecordingClient client; // the scalar form moves bits of element 0 in
@@ -214,7 +212,7 @@ TEST(Bits, Rotations)
             }
     }
     RecordingClient client; // the scratch of the array form is a number of its own, filled with 0.0
-    Number x = numberOf(fixedType(true, 8, 0, 1.0, 200.0), {{0x21}, {-2}}, client, {0, 1});
+    Number x = numberOf(s(8, 0, 1.0, 200.0), {{0x21}, {-2}}, client, {0, 1});
     x.arrayBitRotateLeft(8);
     EXPECT_EQ(client.events(), Events{});
     x.arrayBitRotateLeft(12);
