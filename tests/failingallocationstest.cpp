@@ -22,6 +22,7 @@ using namespace orvextest;
 using namespace ORVEX::text;
 using Type = fxpDataTypeProp;
 using N = Number;
+using Factory = NumberBodyFactory;
 
 constexpr auto nearest = fxpModeRoundingNearest;
 constexpr auto saturate = fxpModeOverflowSaturate;
@@ -30,6 +31,9 @@ Type const T = s(200, -60), Odd = s(24, -9, 1.3, 0.7);
 Type const biased = u(8, 0, 1.0, 300.0); // without a stored integer for 0.0
 Dims const fourDims{3, 1, 1, 1};
 Storage lent(s(300), 2000);
+fxpProdHardware const micro(ProdHWDeviceMicro, 8, 16, 32, 64, FxpHardwareRoundingZero);
+FxpClientWithReporting reporting(micro); // which keeps nothing that it hears
+std::vector<Chunk> const chunks = chunksOf(-12345, T);
 
 /// Operands of an operation: `a` may be written, the others are read.
 struct World {
@@ -270,124 +274,110 @@ TEST_F(FailingAllocations, OfLongArrays)
                 }
 }
 
+/// A question that no cache has heard.
+void askForIntermediate(OrvexClientInterface& client)
+{
+    static int asked = 0;
+    Type between, target = s(16, -3, 1.7, 5.0), source = s(16, ++asked, 1.3);
+    fxpOperationChoices const request{0, 1, 0};
+    fxpOperationChoices first, second;
+    ORVEX::selectCastIntermediateDataType(client, &between, &first, &second, &target, &source, &request);
+}
+void changeBodies(OrvexClientInterface& client)
+{
+    Chunk own[8]{};
+    std::unique_ptr<NumberBody> const body(
+        Factory::createNumberBody(own, T, client, 2, nearest, saturate, false)),
+        copy(Factory::createNumberBody(body.get())), twin(Factory::createNumberBody(copy.get(), share));
+    twin->setNumberOfElements(9), copy->setNDims(5), copy->setNumberOfElements(1);
+}
+void changeHardware()
+{
+    fxpProdHardware copy(micro), other = fxpProdHardware::getASICTypeHardware();
+    other = copy;
+    std::unique_ptr<fxpProdHardware>(other.clone());
+    copy.createAsicDevice(), copy.createMicroDevice(8, 16, 32, 32);
+    HWIntegerWordLengths& lengths = *copy.getHWIntegerWordlengths();
+    lengths.addNewWordLength(48), lengths.removeLargestWordLength();
+    for (auto i = lengths.beginUniqueIterator(); i != lengths.endUniqueIterator(); ++i) (void)*i;
+    ORVEX::cacheKeyType key(&copy), keyCopy(key);
+}
+template <class Client, class... Arguments>
+void copyClient(Arguments const&... arguments)
+{
+    Client client(arguments...), copy(client);
+    copy = client;
+    std::unique_ptr<OrvexClientInterface>(copy.clone());
+}
+void replay(World& w)
+{
+    ORVEX::EventLog log = ORVEX::replayStore(w.client, w.values.data(), 3, s(4, -2), nearest, saturate);
+    log = ORVEX::replayCast(w.a, s(4, -2), nearest, saturate);
+    log = ORVEX::replay(w.a, w.b, [](N const& x, N const& y) { return x * y; });
+    use(log.text(), ORVEX::EventCounter().summary(), ORVEX::EventCounter().table());
+}
+void slopes(OrvexClientInterface& client)
+{
+    double slope = 0.0;
+    Type type = s(8, 0, -1.0);
+    Chunk two[2];
+    fxpScalarOversized word;
+    ORVEX::getDTCSlopeCorrectionMode(client, Odd, T, &slope, &type, two, nearest);
+    ORVEX::getDTCSlopeCorrectionMode(client, Odd, T, &slope, &type, &word, nearest);
+    ORVEX::warnDifferentBestPrecisionScalingToAvoidOverflow(1.999, 8, 1, -6);
+    ORVEX::selectSlopeCorrectionDataType(&type, &Odd, 1.3);
+    ORVEX::slopeNormalize(client, &(type = s(8, 0, -1.0)));
+}
+void radixTypes(OrvexClientInterface& client)
+{
+    Type out;
+    fxpSelectRadixTypeConditions conditions;
+    ORVEX::selectRadixDataType(client, &out, &Odd, &micro, &conditions);
+    ORVEX::selectRadixDataType_WithTerms(client, &out, &Odd, &micro);
+    ORVEX::selectRadixDataTypeMax(client, &out, &Odd), ORVEX::selectRadixDataTypeMaxWL(client, &out, &Odd);
+}
+void typeTexts()
+{
+    for (int notation = 0; notation < 7; ++notation)
+        readType(ORVEX::text::toString(T, static_cast<TypeNotation>(notation)));
+}
+
+using Body = std::unique_ptr<NumberBody>;
+std::vector<Operation> const others = list(
+    RUN(Body(Factory::createNumberBody(values.data(), T, reporting, 2, nearest, saturate, true))),
+    RUN(Body(Factory::createNumberBody(values.data(), values.data(), T, reporting, 4, nearest, saturate))),
+    RUN(changeBodies(reporting)), RUN(ORVEX::mpr_quantize(reporting, 3.25, s(300, -9), nearest, 1)),
+    RUN(askForIntermediate(reporting)), RUN(radixTypes(reporting)), RUN(slopes(reporting)),
+    RUN(use(ORVEX::castCanLosePrecision(Odd, T), ORVEX::parameterCastCanBeOutOfBounds(reporting, Odd, T),
+            CastMixFloatFixptRealization(Odd, Type::doubleDataType(), true, true))),
+    RUN(copyClient<FxpClientFullPrecision>()), RUN(copyClient<FxpClientWithReporting>(micro)),
+    RUN(copyClient<ORVEX::EventCounter>()), RUN(copyClient<ORVEX::EventLog>()), RUN(replay(w)),
+    RUN(changeHardware()),
+    RUN(KvxFeature("name", "a description that needs memory of its own", "path", "part", 1, 0, nullptr)),
+    RUN(KvxFeature::find("a name that is longer than what a string holds in itself")),
+    RUN(NumberUtils::throwIExceptionFromMessageID(Orvex::number::ArrayDimMustAgree())),
+    RUN(kvx_dtoa(1.0 / 3, false)), RUN(typeTexts()),
+    RUN(use(ORVEX::text::toString(Odd), readTarget("8,16,32,64"), readTarget("asic"))),
+    RUN(readType("s16,slope=1.25*2^-7,bias=-40.00000000000000000001")),
+    RUN(readType("a text that is longer than what a string holds in itself")),
+    RUN(use(toDecimal(chunks.data(), T), toDecimal(chunks.data(), T, 3), toHex(chunks.data(), T),
+            toBinary(chunks.data(), T))),
+    RUN(fromDecimal(reporting, "-1234567890123456789e-19", T, nearest, saturate)), RUN(fromHex("0x1.8", T)),
+    RUN(fromBinary("0b1.01", T)), RUN(fromDecimal(reporting, "1234567890,", T, nearest, saturate)),
+    RUN(ParseError("s8,x", 3, "a digit expected").caret()));
+
 TEST_F(FailingAllocations, OfEverythingElse)
 {
-    FxpClientNull client;
-    fxpProdHardware const micro(ProdHWDeviceMicro, 8, 16, 32, 64, FxpHardwareRoundingZero);
-    FxpClientWithReporting reporting(micro);
-    double const values[]{1.0, 2.0, 3.0, 4.0};
-    std::vector<Chunk> const chunks = chunksOf(-12345, T);
-    int asked = 0;
-    using Body = std::unique_ptr<NumberBody>;
-    using Factory = NumberBodyFactory;
-    auto const clones = [](auto&... clients) {
-        use(std::unique_ptr<OrvexClientInterface>(clients.clone())...);
-    };
-    std::function<void()> const operations[] = {
-        [&] { Body(Factory::createNumberBody(values, T, client, 2, nearest, saturate, true)); },
-        [&] { Body(Factory::createNumberBody(values, values, T, client, 4, nearest, saturate)); },
-        [&] {
-            Chunk own[8]{};
-            Body const body(Factory::createNumberBody(own, T, client, 2, nearest, saturate, false));
-            Body const copy(Factory::createNumberBody(body.get()));
-            Body const twin(Factory::createNumberBody(copy.get(), share));
-            twin->setNumberOfElements(9), copy->setNDims(5), copy->setNumberOfElements(1);
-        },
-        [&] {
-            for (double const value : values) ORVEX::mpr_quantize(client, value, s(300, -9), nearest, 1);
-        },
-        [&] { // a question that no cache has heard
-            Type between, target = s(16, -3, 1.7, 5.0), source = s(16, ++asked, 1.3);
-            fxpOperationChoices const request{0, 1, 0};
-            fxpOperationChoices first, second;
-            ORVEX::selectCastIntermediateDataType(reporting, &between, &first, &second, &target, &source,
-                                                  &request);
-        },
-        [&] {
-            Type out;
-            fxpSelectRadixTypeConditions conditions;
-            ORVEX::selectRadixDataType(client, &out, &Odd, &micro, &conditions);
-            ORVEX::selectRadixDataType_WithTerms(client, &out, &Odd, &micro);
-            ORVEX::selectRadixDataTypeMax(client, &out, &Odd),
-                ORVEX::selectRadixDataTypeMaxWL(client, &out, &Odd);
-            ORVEX::selectSlopeCorrectionDataType(&out, &Odd, 1.3);
-        },
-        [&] {
-            double slope = 0.0;
-            Type type;
-            Chunk two[2];
-            fxpScalarOversized word;
-            ORVEX::getDTCSlopeCorrectionMode(reporting, Odd, T, &slope, &type, two, nearest);
-            ORVEX::getDTCSlopeCorrectionMode(reporting, Odd, T, &slope, &type, &word, nearest);
-            ORVEX::warnDifferentBestPrecisionScalingToAvoidOverflow(1.999, 8, 1, -6);
-        },
-        [&] {
-            use(ORVEX::castCanLosePrecision(Odd, T), ORVEX::parameterCastCanBeOutOfBounds(client, Odd, T),
-                CastMixFloatFixptRealization(Odd, Type::doubleDataType(), true, true));
-        },
-        [&] {
-            Type type = s(8, 0, -1.0);
-            ORVEX::slopeNormalize(client, &type);
-        },
-        [&] {
-            FxpClientFullPrecision full;
-            FxpClientWithReporting copy(reporting);
-            copy = reporting;
-            clones(full, copy);
-        },
-        [&] {
-            ORVEX::EventCounter counter;
-            N const many(values, T, counter, 4, nearest, saturate, false);
-            ORVEX::EventLog log = ORVEX::replayStore(counter, values, 4, s(4, -2), nearest, saturate);
-            log = ORVEX::replayCast(many, s(4, -2), nearest, saturate);
-            log = ORVEX::replay(many, many, [](N const& x, N const& y) { return x * y; });
-            use(log.text(), counter.summary(), counter.table());
-            clones(counter, log);
-        },
-        [&] {
-            fxpProdHardware copy(micro), other = fxpProdHardware::getASICTypeHardware();
-            other = copy;
-            std::unique_ptr<fxpProdHardware>(other.clone());
-            copy.createAsicDevice(), copy.createMicroDevice(8, 16, 32, 32);
-            HWIntegerWordLengths& lengths = *copy.getHWIntegerWordlengths();
-            lengths.addNewWordLength(48), lengths.removeLargestWordLength();
-            for (auto i = lengths.beginUniqueIterator(); i != lengths.endUniqueIterator(); ++i) (void)*i;
-            ORVEX::cacheKeyType key(&copy), keyCopy(key);
-        },
-        [&] {
-            KvxFeature const feature("name", "a description that needs memory of its own", "path", "part", 1,
-                                     0, nullptr);
-            (void)KvxFeature::find("a name that is longer than what a string holds in itself");
-        },
-        [&] { NumberUtils::throwIExceptionFromMessageID(Orvex::number::ArrayDimMustAgree()); },
-        [&] { use(kvx_dtoa(1.0 / 3, false)); },
-        [&] {
-            for (int notation = 0; notation < 7; ++notation)
-                readType(ORVEX::text::toString(T, static_cast<TypeNotation>(notation)));
-            use(ORVEX::text::toString(Odd), readTarget("8,16,32,64"), readTarget("asic"));
-        },
-        [&] { readType("s16,slope=1.25*2^-7,bias=-40.00000000000000000001"); },
-        [&] { readType("a text that is longer than what a string holds in itself"); },
-        [&] {
-            use(toDecimal(chunks.data(), T), toDecimal(chunks.data(), T, 3), toHex(chunks.data(), T),
-                toBinary(chunks.data(), T));
-        },
-        [&] {
-            use(fromDecimal(client, "-1234567890123456789e-19", T, nearest, saturate), fromHex("0x1.8", T),
-                fromBinary("0b1.01", T));
-        },
-        [&] { fromDecimal(client, "1234567890,", T, nearest, saturate); },
-        [&] { use(ParseError("s8,x", 3, "a digit expected").caret()); },
-    };
     auto const before = kvxSetWarningHandler([](kvxDiagnosticImpl const&) {});
-    for (std::size_t i = 0; i < std::size(operations); ++i) {
-        EXPECT_TRUE(finishes(operations[i], -1));
+    World world(s(8), 3, false);
+    for (Operation const& operation : others) {
+        EXPECT_TRUE(finishes(operation, world, -1));
         for (long n = 0; n < 1000; ++n) {
-            SCOPED_TRACE(testing::Message() << "operation " << i << ", allocation " << n);
+            SCOPED_TRACE(testing::Message() << operation.name << ", allocation " << n);
             long const live = liveBlocks();
-            if (finishes(operations[i], n)) break;
+            if (finishes(operation, world, n)) break;
             EXPECT_LE(liveBlocks(), live); // a full cache has made room
-            EXPECT_TRUE(n < 999 && finishes(operations[i], -1));
+            EXPECT_TRUE(n < 999 && finishes(operation, world, -1));
         }
     }
     kvxSetWarningHandler(before);

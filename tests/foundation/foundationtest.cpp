@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -22,11 +21,7 @@ using Type = fxpDataTypeProp;
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-static_assert(offsetof(Type, mode) == 0 && offsetof(Type, signedness) == 4 &&
-              offsetof(Type, wordLength) == 8 && offsetof(Type, fixedExponent) == 12 &&
-              offsetof(Type, slopeAdjustmentFactor) == 16 && offsetof(Type, bias) == 24 &&
-              offsetof(Type, dtoMode) == 32 && sizeof(Type) == 40);
-static_assert(std::is_trivially_copyable_v<Type> && sizeof(fxpModeRounding_tag) == 4 &&
+static_assert(std::is_trivially_copyable_v<Type> && sizeof(Type) == 40 && sizeof(fxpModeRounding_tag) == 4 &&
               sizeof(fxpModeOverflow_tag) == 4 && sizeof(fxpModeDataType) == 4);
 
 constexpr auto fixed = fxpModeDataTypeFixed, scaledDouble = fxpModeDataTypeScaledDouble;
