@@ -128,49 +128,51 @@ TEST(Bits, SingleBits)
 std::vector<int> ints(std::string const& text)
 {
     std::vector<int> values;
-    for (std::string const& word : split(text, ' ')) values.push_back(std::stoi(word));
+    for (std::string const& word : split(text, ' '))
+        if (!word.empty()) values.push_back(std::stoi(word));
     return values;
 }
+using orvextest::elementsOf;
+Elements elementsOf(std::vector<int> const& values)
+{
+    Elements elements;
+    for (int const value : values) elements.push_back({value});
+    return elements;
+}
 
-/// On 5 or on 2 x 3 elements 1 2 3 4 5 6: indices; what is got (nothing: an error); the stored integers when
-/// these bits are set, or have become the last cell's values.
+/// On 5 or on 2 x 3 elements 1 2 3 4 5 6: indices; what is got; the stored integers when these bits are set,
+/// or have become the next cell's values; "range" or "dims" for an error.
 TEST(Bits, ListsOfIndices)
 {
     RecordingClient client;
     for (Texts const& row :
-         rows("1 3 2|1 1 0|7;4 1 4|0 1 0|4|1 0 0;|none|5;8 9 1||-123;2|0 1 1 0 0 1|3 2 3 6 7 6;"
-              "1|1 0 1 0 1 0|0 2 2 4 4 6|0;1 2 3 3 2 8|1 1 0 1 0 0|1 2 7 4 7 -122;3 3 0 3 3 3||5 6 3 4 5 6;"
-              "1 2|dims|1 2 3 4 5 6;|dims|1 2 3 4 5 6;3 3 3 3 3 3 3|dims|1 2 3 4 5 6;"
-              "3 3|dims|1 2 3 4 5 6|1",
+         rows("1 3 2|1 1 0|7;4 1 4|0 1 0|4|1 0 0;||5;8 9 1||-123||range;2|0 1 1 0 0 1|3 2 3 6 7 6;"
+              "1|1 0 1 0 1 0|0 2 2 4 4 6|0;1 2 3 3 2 8|1 1 0 1 0 0|1 2 7 4 7 -122;"
+              "3 3 0 3 3 3||5 6 3 4 5 6||range;1 2||1 2 3 4 5 6||dims;||1 2 3 4 5 6||dims;"
+              "3 3 3 3 3 3 3||1 2 3 4 5 6||dims",
               '|')) {
         SCOPED_TRACE(row[0] + " gives " + row[1] + ", leaves " + row[2]);
-        bool const isArray = row[2].find(' ') != row[2].npos;
-        Number x = numberOf(s(8), isArray ? Elements{{1}, {2}, {3}, {4}, {5}, {6}} : Elements{{5}}, client,
-                            {}, isArray ? Dims{2, 3} : Dims{1, 1});
-        std::vector<int> const bits = row[0].empty() ? std::vector<int>() : ints(row[0]);
-        Elements got, want, left;
-        bool const isError = row[1].empty() || row[1] == "dims";
-        for (int const bit : isError || row[1] == "none" ? std::vector<int>() : ints(row[1]))
-            want.push_back({bit});
-        for (int const stored : ints(row[2])) left.push_back({stored});
-        auto const get = [&] {
-            Number const result = x.arrayBitGet(bits);
-            got = elementsOf(result);
-            EXPECT_EQ(dimsOf(result), isArray ? (Dims{2, 3}) : (Dims{1, bits.size()}));
-            EXPECT_EQ(x.getIndex(), isArray ? 5U : 0U);
-        };
-        auto const set = [&] {
-            std::vector<bool> values;
-            for (int const value : row.size() > 3 ? ints(row[3]) : std::vector<int>())
-                values.push_back(value != 0);
-            values.empty() ? x.arrayBitSet(bits) : x.arrayBitSet(bits, values);
-        };
-        std::string const error = row[1].empty() ? outOfRange : isError ? dimsDisagree : "";
-        EXPECT_EQ(thrownBy(get), error);
-        EXPECT_EQ(got, want);
-        EXPECT_EQ(thrownBy(set), error);
-        EXPECT_EQ(elementsOf(x), left);
+        std::vector<int> const bits = ints(row[0]), left = ints(row[2]),
+                               given = ints(row.size() > 3 ? row[3] : "");
+        bool const isArray = left.size() > 1;
+        Number x = numberOf(s(8), isArray ? elementsOf({1, 2, 3, 4, 5, 6}) : elementsOf({5}), client, {},
+                            isArray ? Dims{2, 3} : Dims{1, 1});
+        std::string const error = row.size() < 5 ? "" : row[4] == "range" ? outOfRange : dimsDisagree;
+        EXPECT_EQ(thrownBy([&] {
+                      Number const result = x.arrayBitGet(bits);
+                      EXPECT_EQ(elementsOf(result), elementsOf(ints(row[1])));
+                      EXPECT_EQ(dimsOf(result), isArray ? (Dims{2, 3}) : (Dims{1, bits.size()}));
+                      EXPECT_EQ(x.getIndex(), isArray ? 5U : 0U);
+                  }),
+                  error);
+        std::vector<bool> const values(given.begin(), given.end());
+        EXPECT_EQ(thrownBy([&] { values.empty() ? x.arrayBitSet(bits) : x.arrayBitSet(bits, values); }),
+                  error);
+        EXPECT_EQ(elementsOf(x), elementsOf(left));
     }
+    Number two = numberOf(s(8), {{1}, {2}}, client);
+    EXPECT_EQ(thrownBy([&] { two.arrayBitSet({3, 3}, {true}); }), dimsDisagree); // one value short
+    EXPECT_EQ(elementsOf(two), (Elements{{1}, {2}}));
 }
 
 /// The low bits of `element`, and those of `partner` that are moved up or down with it. A count with its top
