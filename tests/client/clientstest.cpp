@@ -289,13 +289,15 @@ TEST(Replay, StoresAndCastsTellTheElement)
                               target = random.radixType(100, -20, 20);
         SCOPED_TRACE(testing::Message() << source << target << Modes({mode, overflow}));
         RecordingClient client;
+        fxpDataTypeProp biased = source; // which may have no stored integer for 0.0
+        biased.bias = random.doubleNear(source);
         std::vector<double> values;
         Entries expected;
         for (Chunk i = 0; i < 20 * parts; ++i) {
             values.push_back(random.doubleNear(source));
-            append(expected, i / parts, quantize(values.back(), source, mode, overflow).events);
+            append(expected, i / parts, quantize(values.back(), biased, mode, overflow).events);
         }
-        EXPECT_EQ(ORVEX::replayStore(client, values.data(), 20, source, mode, overflow, isComplex).entries(),
+        EXPECT_EQ(ORVEX::replayStore(client, values.data(), 20, biased, mode, overflow, isComplex).entries(),
                   expected);
         Elements const elements = valuesOf(source, random, isComplex);
         Number const from = numberOf(source, elements, client, {mode, overflow});

@@ -155,7 +155,7 @@ TEST(Diagnostics, MessagesAreThrownAndReportedWithIdentifierAndText)
     kvxSetWarningHandler([](kvxDiagnosticImpl const&) { throw 7; });
     EXPECT_THROW(kvxReportAsWarning(diagnostic), int);
     EXPECT_EQ(diagnostic, nullptr);
-    kvxSetWarningHandler(nullptr);
+    EXPECT_TRUE(kvxSetWarningHandler(nullptr)); // the one before
     std::ostringstream text;
     std::streambuf* const before = std::cerr.rdbuf(text.rdbuf());
     NumberUtils::reportWarningFromMessageID(bit);

@@ -168,6 +168,8 @@ TEST(Arithmetic, BiasedResultsAreFirstFilledWithRealWorldZero)
     a.setDataTypeForNonAssignmentOpPlus(T);
     a.setIndex(0), b.setIndex(0);
     check(a + b, {{5}}, {min});
+    a.setDataTypeForBinaryOpOutput(T); // the same again
+    check(a + b, {{5}}, {min});
     a.setDataTypeForBinaryOpOutput(O);
     check(a - b, {{-3}}, {min, min});
     a += b;

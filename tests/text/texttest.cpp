@@ -121,13 +121,14 @@ TEST(TypeText, EveryTypeComesBackAsItWas)
 
 TEST(TypeText, TroubleIsToldWithItsPlace)
 {
-    expectTrouble("@|@q8|@float|s@|s@0|s@65537|s8,@|s8 @|s8,@slop=1|s8,slope@|s8,slope@-1|s8,slope=@-1|"
-                  "s8,slope=@0|s8,slope=@inf|s8,slope=@nan|s8,slope=2*2^@x|s8,bias=@1e999|s8,bias=@inf|"
-                  "s8,2,@3|s8,bias=1,@2|s8,@70000|s8@;"
-                  "2|Q3@|Q3.@|UQ0.@0|UQ-2.@2|Q3.12@x|Q3.@65535|scaled:@double|scaled:@|double@s|sfixed(3@|"
-                  "sfixed(3 @to 4)|ufixed(3 downto @4)|ufixed(3 downto "
-                  "1@|fixed<@0,1>|fixed<8@>|fixed<8,1@)|fixed<8,@99999>|@ac_fixed<8,1>",
-                  [](std::string const& text) { readType(text); });
+    expectTrouble(
+        "@|@q8|@float|s@|s@0|s@65537|s8,@|s8 @|s8,@slop=1|s8,slope@|s8,slope@-1|s8,slope=@-1|"
+        "s8,slope=@0|s8,slope=@inf|s8,slope=@nan|s8,slope=2*2^@x|s8,bias=@1e999|s8,bias=@inf|"
+        "s8,2,@3|s8,bias=1,@2|s8,@70000|s8@;"
+        "2|Q3@|Q3.@|UQ0.@0|UQ-2.@2|Q3.12@x|Q3.@65535|scaled:@double|scaled:@|double@s|sfixed(3@|"
+        "sfixed(3 @to 4)|ufixed(3 downto @4)|ufixed(65536 downto @0)|s8,bias=1,@bias=2|ufixed(3 downto "
+        "1@|fixed<@0,1>|fixed<8@>|fixed<8,1@)|fixed<8,@99999>|@ac_fixed<8,1>",
+        [](std::string const& text) { readType(text); });
     expectTrouble("asic@s|8,16,32@|8,16,32,32,64@,64|@0,16,32,32|@",
                   [](std::string const& text) { readTarget(text); });
     ParseError const error("s8,x", 3, "a digit expected");

@@ -267,9 +267,9 @@ TEST(CastIntermediate, Table)
              "s16,8 half - 128 s17,8 0 1;s16,8 half 1 128 s32,8 0 1;s4 s4,bias=1 1 128 s32 0 1;" // the
                                                                                                  // nominal
                                                                                                  // integer
-             "s17,8 half 0 128 half 0 1;"      // the target would do as its own intermediate
-             "s16 half 0 16 s16,7 1 1;"        // a fraction bit is cut off
-             "s8 s8,bias=1 0 8 s8,bias=1 0 1;" // cut down to the target
+             "s17,8 half 0 128 half 0 1;" // the target would do as its own intermediate
+             "s16 half 0 16 s16,7 1 1;"   // a fraction bit is cut off
+             "s8 s8,bias=1 0 8 s8,bias=1 0 1;s8 s8,bias=1000 0 10 s10 1 1;" // cut down to the target
              "s16,slope=1.5,bias=3 s16,slope=1.5*2^1 0 128 s17,slope=1.5*2^1,bias=3 0 1;"
              "s16,8 s30,slope=1*2^-30,bias=256 1 128 s32,8 1 1")) { // of 40 bits, in two words
         auto const typeOf = [](std::string const& text) {
