@@ -419,6 +419,8 @@ TEST(NumberHandle, TypeChangesPartsAndTransposition)
                 a.setNDims(2);
                 a.setDims(Dims{4, 2}.data());
                 EXPECT_EQ(elementsOf(a.transpose())[1], elements[4]);
+                EXPECT_EQ(elementsOf(a.transpose())[5],
+                          columns == 3 ? Element(elements[0].size(), -3) : elements[6]);
             }
     // Between modes: as numbers. Scaled doubles among themselves: the same doubles, told to nobody.
     RecordingClient client;
