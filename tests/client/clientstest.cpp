@@ -268,6 +268,7 @@ diagnostics                  0
 )");
     EventLog log(nullptr, Pass::all, 2);
     raise(log, Event::wrap);
+    EXPECT_EQ(log.text(), "wrap\n");
     log.setElement(7);
     for (int i = 0; i < 3; ++i) raise(log, Event::netBias);
     EXPECT_EQ(log.text(), "wrap\n7: net bias\nand 2 more\n");
