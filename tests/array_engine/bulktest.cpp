@@ -2,6 +2,8 @@
 /// stored at each event, and what a throwing hook leaves.
 #include "support/bodies.h"
 
+#include <orvex/client/fxpclientnull.h>
+
 namespace
 {
 using namespace orvextest;
@@ -13,7 +15,10 @@ struct Case {
     Modes modes;
     bool isComplex = false;                  ///< the target
     bool complexA = false, complexB = false; ///< only if it is
-    bool scalarB = false;
+    bool scalarA = false, scalarB = false;
+    bool flipsA = false, flipsB = false; ///< the record's sign is not that of the words
+    int maxBits = 128;                   ///< that the client supports
+    bool isSilent = false;               ///< a client that does not hear
     std::size_t count = 0, throwAt = 0;
     bool isShared = false; ///< by threads, so that events come in any order
     Bytes memory{};
@@ -34,6 +39,7 @@ struct Trace {
     Events events;
     std::vector<Bytes> seen;
     Bytes memory, out{};
+    std::string text{};
 };
 
 /// Words within the type, now and then at its ends, and in some arrays, if they may be wild, anything that
@@ -92,6 +98,8 @@ Case randomCase(Random& random, Operation const& operation)
         c.product = productRule(c.a, c.b);
     }
     if (random.between(0, 3) == 0) c.product = c.target;
+    if (random.between(0, 29) == 0) c.product.mode = fxpModeDataTypeDouble;
+    c.maxBits = random.pick(std::array{32, 64, 128, 128, 400});
     if (operation.kind == Operation::ofReals && random.between(0, 9) == 0) // which few threads would share
         c.target.wordLength = random.between(129, 200);
     if (operation.kind == Operation::ofReals && random.between(0, 15) == 0) {
@@ -105,9 +113,18 @@ Case randomCase(Random& random, Operation const& operation)
     c.complexA = c.isComplex && random.between(0, 3) != 0;
     c.complexB = c.isComplex && (!c.complexA || random.between(0, 3) != 0);
     c.scalarB = random.between(0, 3) == 0;
+    c.scalarA = !c.scalarB && isFormed && operation.kind < Operation::ofBits && random.between(0, 3) == 0;
+    c.isSilent = random.between(0, 9) == 0;
+    if (random.between(0, 29) == 0) // beyond what lanes and normal doubles reach
+        for (Type* const t : {&c.target, &c.a, &c.b})
+            if (random.coin()) t->fixedExponent = random.pick(std::array{-1100, -300, 300, 1100});
+    if (operation.kind == Operation::ofReals && random.between(0, 29) == 0)
+        c.target.slopeAdjustmentFactor = random.pick(std::array{0.0, 0x1p-1060, HUGE_VAL});
     c.count = random.pick(std::array{15U, 16U, 17U, 100U, 499U, 500U});
     if (random.between(0, 7) == 0) c.count = random.pick(std::array{501U, 513U, 1100U});
     if (random.between(0, 400) == 0) c.count = 20000; // so that threads share the work
+    c.flipsA = c.count <= 500 && random.between(0, 19) == 0;
+    c.flipsB = c.count <= 500 && random.between(0, 19) == 0;
     if (operation.kind == Operation::quotient && c.isComplex) c.complexA = true, c.complexB = false;
     if (operation.kind == Operation::ofBits) c.target = c.a, c.isComplex = c.complexA;
     std::size_t const room = 64 * c.count + 64;
@@ -144,17 +161,23 @@ T* wordsOf(Number const& number)
     return static_cast<T*>(const_cast<void*>(number.getSIArray()));
 }
 
-/// An array of one element, which lanes do not take, around element i.
-Number elementOf(Number const& array, std::size_t i)
+/// Gives the record another sign than the words have, or the same again.
+void flip(bool flips, Number& number)
 {
-    std::size_t const bytes = containerBytes(array.getDataType()) * (array.isComplex() ? 2 : 1);
-    return {static_cast<void*>(wordsOf<char>(array) + (array.isScalar() ? 0 : i) * bytes),
-            array.getDataType(),
-            array.getFxpClient(),
-            1,
-            array.getRoundMode(),
-            array.getOverflowMode(),
-            array.isComplex()};
+    if (flips) number.setIsSigned(!number.isSigned());
+}
+
+/// An array of one element, which lanes do not take, around element i.
+Number elementOf(Number const& array, std::size_t i, bool flips = false)
+{
+    Type type = array.getDataType();
+    if (flips) type.setIsSigned(!type.isSigned());
+    std::size_t const bytes = containerBytes(type) * (array.isComplex() ? 2 : 1);
+    void* const place = wordsOf<char>(array) + (array.isScalar() ? 0 : i) * bytes;
+    Number element(place, type, array.getFxpClient(), 1, array.getRoundMode(), array.getOverflowMode(),
+                   array.isComplex());
+    flip(flips, element);
+    return element;
 }
 
 /// At once, or element by element.
@@ -162,25 +185,35 @@ Trace run(Case const& c, Operation const& operation, bool isAtOnce)
 {
     Trace trace{{}, {}, c.memory};
     RecordingClient client;
+    FxpClientNull silent;
     client.throwAt = c.throwAt;
+    client.setMaxSupportedWordLength(c.maxBits);
     client.onEvent = [&](Event) {
         if (!c.isShared && trace.seen.size() < 10) trace.seen.push_back(trace.memory);
     };
+    OrvexClientInterface& told = c.isSilent ? static_cast<OrvexClientInterface&>(silent) : client;
     auto const number = [&](std::size_t at, Type const& type, std::size_t count, bool isComplex) {
-        return Number(static_cast<void*>(&trace.memory[at]), type, client, count, c.modes.rounding(),
+        return Number(static_cast<void*>(&trace.memory[at]), type, told, count, c.modes.rounding(),
                       c.modes.overflow(), isComplex);
     };
-    Number target = number(0, c.target, c.count, c.isComplex), a = number(c.aAt, c.a, c.count, c.complexA),
+    Number target = number(0, c.target, c.count, c.isComplex),
+           a = number(c.aAt, c.a, c.scalarA ? 1 : c.count, c.complexA),
            b = number(c.bAt, c.b, c.scalarB ? 1 : c.count, c.complexB);
-    try {
-        if (isAtOnce) operation.run(target, a, b, c, 0, trace.out);
-        for (std::size_t i = 0; i < c.count && !isAtOnce; ++i) {
-            Number t = elementOf(target, i), x = elementOf(a, i), y = elementOf(b, i);
-            operation.run(t, x, y, c, i, trace.out);
+    flip(c.flipsA, a), flip(c.flipsB, b);
+    trace.text = printedBy([&] {
+        try {
+            if (isAtOnce) operation.run(target, a, b, c, 0, trace.out);
+            for (std::size_t i = 0; i < c.count && !isAtOnce; ++i) {
+                Number t = elementOf(target, i), x = elementOf(a, i, c.flipsA), y = elementOf(b, i, c.flipsB);
+                operation.run(t, x, y, c, i, trace.out);
+            }
+        } catch (RecordingClient::Thrown const&) {
+            trace.out.clear();
+        } catch (std::exception const& refused) { // a slope that no cast can have
+            char const* const text = refused.what();
+            trace.out.assign(text, text + std::strlen(text));
         }
-    } catch (RecordingClient::Thrown const&) {
-        trace.out.clear();
-    }
+    });
     trace.events = client.events();
     return trace;
 }
@@ -288,14 +321,16 @@ TEST(Bulk, LeavesAndTellsWhatElementsByThemselvesDo)
         Trace wanted = run(c, operation, false), got = run(c, operation, true);
         if (c.isShared) std::ranges::sort(wanted.events), std::ranges::sort(got.events);
         ASSERT_TRUE(wanted.events == got.events && wanted.memory == got.memory && wanted.out == got.out &&
-                    (wanted.seen == got.seen || c.isShared))
+                    wanted.text == got.text && (wanted.seen == got.seen || c.isShared))
             << operation.name << " case " << round << c.modes << "\n"
             << c.target << "\n"
             << c.a << "\n"
             << c.b << "\n"
             << c.product << "\n"
             << c.count << (c.isComplex ? " complex" : "") << (c.complexA ? " complex a" : "")
-            << (c.complexB ? " complex b" : "") << (c.scalarB ? " scalar b" : "") << " at " << c.bAt
+            << (c.complexB ? " complex b" : "") << (c.scalarA ? " scalar a" : "")
+            << (c.scalarB ? " scalar b" : "") << (c.flipsA ? " flipped a" : "")
+            << (c.flipsB ? " flipped b" : "") << (c.isSilent ? " silent" : "") << " at " << c.bAt
             << ", events " << wanted.events.size() << " and " << got.events.size() << ", words "
             << (wanted.memory == got.memory && wanted.out == got.out ? "same" : "differ");
     }
