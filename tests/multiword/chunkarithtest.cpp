@@ -72,7 +72,8 @@ TEST(ChunkDivide, LongOperands)
     };
     for (int i = 0; i < 10000 && !HasFailure(); ++i) {
         int const bits = random.pick(std::array{8, 300}), up = random.between(0, 130);
-        Type const aType = random.radixType(bits, -40, 40), bType = random.radixType(bits, -40, 40);
+        Type aType = random.radixType(bits, -40, 40);
+        Type const bType = random.radixType(bits, -40, 40);
         Int a = anyOf(aType);
         Int const b = anyOf(bType);
         int const whole = aType.fixedExponent - bType.fixedExponent,
@@ -83,9 +84,11 @@ TEST(ChunkDivide, LongOperands)
         else if (i % 4 == 1 && a != 0 && b != 0) // about the limit
             to.wordLength =
                 std::max(1, static_cast<int>(msb(abs(a))) - static_cast<int>(msb(abs(b))) + up % 3);
-        else if (i % 4 == 2) // just below a multiple by whole chunks: the first digit is too large
-            a = wrapTo((abs(b) << 64) - random.pick(std::array<Int, 3>{1, abs(b) / 2, abs(b)}), aType);
-        else if (i % 4 == 3) { // about a multiple, or half of one
+        else if (i % 4 == 2) { // just below a multiple: a digit is the largest, or an estimated one too large
+            Int const factor = random.coin() ? Int(1) << 64 : Int(random.pick(awkward));
+            aType.wordLength = bType.wordLength + 66;
+            a = wrapTo(abs(b) * factor - random.pick(std::array<Int, 3>{1, abs(b) / 2, abs(b)}), aType);
+        } else if (i % 4 == 3) { // about a multiple, or half of one
             a = wrapTo((b * random.between(-99, 99) << static_cast<unsigned>(up)) / 2 + random.between(-1, 1),
                        aType);
             to.fixedExponent += up;
@@ -103,13 +106,14 @@ TEST(ChunkProduct, MayLieOnItsOperands)
     namespace mw = ORVEX::multiword;
     Random random(23);
     for (Int const& x : interestingStored(s(128), random, 9))
-        for (int const at : {0, 2, 4}) {
-            std::vector<Chunk> place = chunksOf(x, 8);
-            std::ranges::copy(chunksOf(x, 2), place.begin() + at);
+        for (int const at : {-2, 0, 2, 4}) {
+            std::vector<Chunk> chunks(8);
+            Chunk* const place = chunks.data() + 2;
+            std::ranges::copy(chunksOf(x, 2), place + at);
             RecordingClient client;
-            mw::multiplyInto(client, mw::ChunkTarget(place.data(), 4), s(256), place.data() + at, s(128),
-                             mw::Two(), place.data() + at, s(128), mw::Two(), fxpModeRoundingFloor, 0);
-            EXPECT_EQ(valueOf(place.data(), s(256)), x * x) << at;
+            mw::multiplyInto(client, mw::ChunkTarget(place, 4), s(256), place + at, s(128), mw::Two(),
+                             place + at, s(128), mw::Two(), fxpModeRoundingFloor, 0);
+            EXPECT_EQ(valueOf(place, s(256)), x * x) << at;
         }
 }
 
