@@ -216,6 +216,8 @@ bool multiplyInLanes(NumberBody& body, Words const& target, Words const& left, W
     fxpDataTypeProp const full = multiword::productType(left.type, right.type);
     Pipeline<Lane> pipeline; // of a product
     if (!pipeline.start(a.pipeline.range().times(b.pipeline.range()))) return false;
+    // Words may hold bits above their types, but no product more than the chunks of its own.
+    pipeline.confine(rangeOfBits(64 * multiword::numChunksOfType(full), full.isSigned()));
     bool const isDirect = productType == target.type && (left.parts == 1 || right.parts == 1);
     if (full.wordLength > bitsOfLane<Lane128>) return false;
     if (!(full == productType) && !pipeline.convert(full, productType, round)) return false;

@@ -152,20 +152,4 @@ void multiplyInto(OrvexClientInterface& client, Target target, fxpDataTypeProp c
     });
 }
 
-/// dst := a - b across types, in the type `to`: b is converted into it first, then a, each with the events of
-/// its conversion, and the difference tells its own. dst holds the chunks of `to` and may be a; b is read
-/// before it is written. Allocates only beyond WideScratch.
-inline void subtractToType(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp const& to,
-                           Chunk const* a, fxpDataTypeProp const& aType, Chunk const* b,
-                           fxpDataTypeProp const& bType, fxpModeRounding_tag round, int sat)
-{
-    withCount(numChunksOfType(to), [&](auto count) {
-        Scratch converted(count);
-        convertChunksToChunks(client, converted.data(), to, b, bType, round, sat);
-        bool const asItStands = aType == to;
-        if (!asItStands) convertChunksToChunks(client, dst, to, a, aType, round, sat);
-        addInto<Sum::minus>(client, ChunkTarget(dst, count), to, asItStands ? a : dst, converted.data(), sat);
-    });
-}
-
 } // namespace ORVEX::multiword

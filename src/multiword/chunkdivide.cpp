@@ -94,18 +94,30 @@ public:
     /// 1/2).
     long long quotientBits() const { return quotientBits_; }
 
-    /// Calls digit(value, index) from the highest digit down to index 0.
+    /// Calls digit(value, index) from the highest digit down to index 0. Where `inFull` is not asked for, a
+    /// long divisor is cut to the chunks that can still tell, which does half the work. False if the quotient
+    /// or what is told of its rest may then be wrong: an exact quotient, or a tie, or once in 2^50 others.
     template <class F>
-    void run(F&& digit)
+    bool run(bool inFull, F&& digit)
     {
+        constexpr int longDivisor = 8;
         long long const digits = std::max<long long>(1, (quotientBits_ + chunkBits - 1) / chunkBits);
+        rest_ = window_.data() + slack;
         for (int i = 0; i < low_; ++i) rest_[i] = dividendAt(digits + i);
         top_ = join(dividendAt(digits + low_ + 1), dividendAt(digits + low_));
+        cut_ = 0;
         Reciprocal const reciprocal(divisorTop_);
         for (long long d = digits - 1; d >= 0; --d) {
             takeChunk(dividendAt(d));
-            digit(top_ == divisorTop_ ? largestDigit() : nextDigit(reciprocal), d);
+            if (!inFull && low_ >= longDivisor) cut_ = static_cast<int>(std::max(0LL, low_ - d));
+            if (top_ != divisorTop_)
+                digit(nextDigit(reciprocal), d);
+            else if (cut_ == 0)
+                digit(largestDigit(), d);
+            else
+                return false;
         }
+        return cut_ == 0 || isFarFromDoubt();
     }
 
     /// After run: what is left over, as a fraction of the divisor.
@@ -181,19 +193,29 @@ private:
         *--rest_ = chunk;
     }
 
+    /// With a cut divisor each digit leaves less than itself times the chunk below the two on top undone, or
+    /// does as much too much. Neither 0, half the divisor nor the divisor is that near.
+    bool isFarFromDoubt() const
+    {
+        DoubleChunk const doubt = join(4 * static_cast<Chunk>(low_), 0);
+        DoubleChunk const lacks = divisorTop_ - top_;
+        return top_ > doubt && lacks > doubt && (top_ > lacks ? top_ - lacks : lacks - top_) > doubt;
+    }
+
     Chunk nextDigit(Reciprocal const& reciprocal)
     {
         Chunk digit = reciprocal.divide(top_, rest_[low_]);
         // rest -= digit * divisor: that times the complement is added, and the digit taken off the chunk
         // above.
-        Chunk const borrow = (digit & borrows_) - addProductOfRow(rest_, complement_.data(), digit, low_);
+        Chunk const carry = addProductOfRow(rest_ + cut_, complement_.data() + cut_, digit, low_ - cut_);
+        Chunk const borrow = (digit & borrows_) - carry;
         bool const tooLarge = top_ < borrow;
         top_ -= borrow;
         if (tooLarge) [[unlikely]] {
             --digit;
-            Chunk carry = 0;
-            for (int i = 0; i < low_; ++i) rest_[i] = addStep(rest_[i], divisor_[i], carry);
-            top_ += divisorTop_ + carry;
+            Chunk back = 0;
+            for (int i = cut_; i < low_; ++i) rest_[i] = addStep(rest_[i], divisor_[i], back);
+            top_ += divisorTop_ + back;
         }
         return digit;
     }
@@ -210,7 +232,7 @@ private:
             sum >>= chunkBits;
         }
         sum += rest_[low_];
-        if (low_ > 0) sum -= divisor_[low_ - 1];
+        sum -= divisor_[low_ - 1]; // a remainder below a divisor of two chunks differs from it on top
         top_ = divisorTop_ + static_cast<DoubleChunk>(sum);
         return allOnes;
     }
@@ -223,6 +245,7 @@ private:
     int low_; ///< the divisor's chunks below the two on top; zero ones above do not count
     DoubleChunk divisorTop_;
     WideScratch complement_; ///< of the low ones
+    int cut_ = 0;            ///< as many of them are left out
     Chunk borrows_;          ///< 0 where these are 0, whose complement is a chunk longer; else all ones
     static constexpr int slack = 16;
     WideScratch window_;
@@ -284,23 +307,30 @@ void divideChunks(OrvexClientInterface& client, Chunk* dst, fxpDataTypeProp cons
     if (sat && division.quotientBits() - 2 >= to.wordLength) return saturate();
 
     long long const magnitudeBits = to.getWordLengthNonSign();
-    long long bitsAbove = 0; // one bits of the magnitude that no value of the type has
-    bool onlySignBit = true; // of all the bits from the sign position down, that one alone is set
+    long long bitsAbove = 0;  // one bits of the magnitude that no value of the type has
+    bool onlySignBit = false; // of all the bits from the sign position down, that one alone is set
     bool aboveSign = false;
-    division.run([&](Chunk digit, long long index) {
-        long long const from = index * chunkBits;
-        if (from + chunkBits <= magnitudeBits) { // and there are no bits above
-            onlySignBit &= digit == 0;
-            dst[index] = digit;
-            return;
-        }
-        if (Chunk const above = digit & highMask(magnitudeBits - from)) bitsAbove += std::popcount(above);
-        aboveSign |= (digit & highMask(to.wordLength - from)) != 0;
-        Chunk const word = digit & lowMask(to.wordLength - 1 - from);
-        if (word != (from / chunkBits == (to.wordLength - 1) / chunkBits ? bitMask(to.wordLength - 1) : 0))
-            onlySignBit = false;
-        if (index < count) dst[index] = word;
-    });
+    auto const workOut = [&](bool inFull) {
+        bitsAbove = 0;
+        onlySignBit = true;
+        aboveSign = false;
+        return division.run(inFull, [&](Chunk digit, long long index) {
+            long long const from = index * chunkBits;
+            if (from + chunkBits <= magnitudeBits) { // and there are no bits above
+                onlySignBit &= digit == 0;
+                dst[index] = digit;
+                return;
+            }
+            if (Chunk const above = digit & highMask(magnitudeBits - from)) bitsAbove += std::popcount(above);
+            aboveSign |= (digit & highMask(to.wordLength - from)) != 0;
+            Chunk const word = digit & lowMask(to.wordLength - 1 - from);
+            if (word !=
+                (from / chunkBits == (to.wordLength - 1) / chunkBits ? bitMask(to.wordLength - 1) : 0))
+                onlySignBit = false;
+            if (index < count) dst[index] = word;
+        });
+    };
+    if (!workOut(false)) workOut(true);
     bool const exact = division.exact();
 
     bool const fits = bitsAbove == 0 && (to.isSigned() || !negative);
