@@ -329,6 +329,9 @@ TEST(Replay, BinaryOperations)
     EXPECT_EQ(ORVEX::replay(b, zero, divide).counts()[EventKind::divisionByZero], 4U);
     EXPECT_EQ(ORVEX::replay(zero, b, divide).entries(), byZero);
     EXPECT_TRUE(ORVEX::replay(a, numberOf(s(8), {}, client), times).entries().empty());
+    a.setDataTypeForNonAssignmentOpPlus(s(7)); // both operands, the sum, and what is stored at last
+    a.setDataTypeForBinaryOpOutput(s(6));
+    EXPECT_EQ(ORVEX::replay(a, zero, [](auto& x, auto&) { return x + x; }).entries().size(), 8U);
     EXPECT_EQ(a.getIndex(), 2U);
     EXPECT_EQ(elementsOf(a), (Elements{{100}, {2}, {-100}, {0}}));
     EXPECT_EQ(client.events(), Events{});

@@ -76,6 +76,10 @@ TEST(NumberBodyFactory, HasNoBodyForBooleanAndUnknownModes)
                     !Factory::createNumberBody(none, type, client, 1, nearest, saturate, true));
         EXPECT_THROW(Factory::createNumberBody(&one, &one, type, client, ~0ULL, nearest, saturate),
                      std::bad_alloc);
+        Held const held({s(16), {1}});
+        held->dataType().mode = type.mode;
+        EXPECT_TRUE(!Factory::createNumberBody(held.body()) &&
+                    !Factory::createNumberBody(held.body(), share));
     }
 }
 
