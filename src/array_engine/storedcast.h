@@ -32,7 +32,10 @@ public:
     void run(OrvexClientInterface& client, Target target, Chunk const* source, Count count) const
     {
         if (copies_) {
-            std::copy_n(source, std::min<int>(count, target.count()), target.data());
+            int const common = std::min<int>(count, target.count());
+            std::copy_n(source, common, target.data());
+            std::fill(target.data() + common, target.data() + static_cast<int>(target.count()),
+                      signFillChunk(source, u_, count)); // where the record says more than the storage has
             target.commit();
         } else if (!last_) {
             convertInto(client, target, y_, source, u_, round_, sat_, count);

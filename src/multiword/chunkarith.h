@@ -83,8 +83,8 @@ Chunk addProductOfRow(Chunk* dst, Chunk const* a, Chunk factor, int n)
     return carry;
 }
 
-/// The product of two chunk arrays that are read as unsigned, a the longer one, in all its chunks or all but
-/// the top one. dst is neither a nor b.
+/// The product of two chunk arrays that are read as unsigned, a not the shorter one, modulo 2^(64 n); n is
+/// not above the sum of their counts. dst is neither a nor b.
 void multiplyUnsigned(Chunk* dst, int n, Chunk const* a, int aCount, Chunk const* b, int bCount);
 
 /// The exact product, modulo 2^(64 n): n is the chunk count of the summed word lengths. dst is neither a nor
@@ -95,17 +95,19 @@ void multiplyChunksFull(Chunk* dst, int n, Chunk const* a, fxpDataTypeProp const
                         Chunk const* b, fxpDataTypeProp const& bType, CountB bCount)
 {
     if (aCount < bCount) return multiplyChunksFull(dst, n, b, bType, bCount, a, aType, aCount);
+    int const chunks = std::min<int>(n, aCount + bCount); // a record may say more or less than there is
+    for (int i = chunks; i < n; ++i) dst[i] = 0;
     if (aCount == 1 && bCount == 1) {
         auto const product = static_cast<DoubleChunk>(a[0]) * b[0];
         dst[0] = static_cast<Chunk>(product);
-        if (n > 1) dst[1] = static_cast<Chunk>(product >> chunkBits);
+        if (chunks > 1) dst[1] = static_cast<Chunk>(product >> chunkBits);
     } else {
-        multiplyUnsigned(dst, n, a, aCount, b, bCount);
+        multiplyUnsigned(dst, chunks, a, aCount, b, bCount);
     }
     Chunk const maskOfA = signFillChunk(b, bType, bCount);
     Chunk const maskOfB = signFillChunk(a, aType, aCount);
     SignedDoubleChunk rest = 0; // what is carried: 0, -1 or -2
-    for (int i = bCount; i < n; ++i) {
+    for (int i = bCount; i < chunks; ++i) {
         rest += dst[i];
         rest -= a[i - bCount] & maskOfA;
         if (i >= aCount) rest -= b[i - aCount] & maskOfB;

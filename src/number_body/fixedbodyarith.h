@@ -24,10 +24,14 @@ template <multiword::Sum sum>
 void FixedBody<Storage, Parts>::addPart(Word* place, NumberBody const& other, Part part)
 {
     auto to = target(place);
-    if (other.dataType() == dataType()) { // and so of the same storage, with as many parts or not
-        auto const* const parts = static_cast<Word const*>(other.storage()) +
-                                  other.index() * (other.bytesPerElement() / sizeof(Word));
-        auto const addend = read(part == Part::real ? parts : parts + count());
+    bool isAlike = other.dataType() == dataType() && other.container() == Storage::container;
+    if constexpr (!Storage::isWord) // a record may have become another than the storage was made for
+        isAlike = isAlike && operandAtCursor(other, Part::real).count == count();
+    if (isAlike) {
+        auto const* const element =
+            static_cast<unsigned char const*>(other.storage()) + other.index() * other.bytesPerElement();
+        auto const* const words = reinterpret_cast<Word const*>(element);
+        auto const addend = read(part == Part::real ? words : words + count());
         multiword::addInto<sum>(client(), to, dataType(), to.load(), addend.chunks(), overflowMode());
         return;
     }

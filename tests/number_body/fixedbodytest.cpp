@@ -334,4 +334,22 @@ TEST(FixedBodies, BooleanRecordInTheUnsigned8BitBody)
     EXPECT_TRUE(held.client.events().empty() && held.isAloneTouched());
 }
 
+/// Nothing is read beyond the storage, whatever the record has become.
+TEST(FixedBodies, RecordsOfOtherLengthsThanTheStorage)
+{
+    for (int const bits : {8, 16, 65, 130, 200})
+        for (int const recorded : {8, 16, 65, 130, 200}) {
+            Held sum({s(recorded), {4}}), product({s(2 * recorded), {0}});
+            Held const other({s(bits), {-3}});
+            other->dataType().wordLength = recorded;
+            sum->plusEquals(other.body());
+            EXPECT_EQ(sum.value().parts, Element{1}) << bits << ' ' << recorded;
+            product->isProductOf(other.body(), other.body());
+            EXPECT_EQ(product.value().parts, Element{9}) << bits << ' ' << recorded;
+            if (bits < recorded) continue; // else the other's own place is not as long as its record
+            other->timesEquals(sum.body());
+            EXPECT_EQ(other.value().parts, Element{-3}) << bits << ' ' << recorded;
+        }
+}
+
 } // namespace
