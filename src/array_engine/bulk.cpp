@@ -462,7 +462,7 @@ bool combineBitsOfElements(NumberBody& body, Bits operation, NumberBody const& o
     Words const source(other, other.index());
     std::size_t const parts = body.numberOfElements() * target.parts;
     if (parts < fewestParts || !isWord(target.container) || !isWord(source.container)) return false;
-    if (target.parts != source.parts || !target.mayStream(source, parts)) return false;
+    if (target.parts != source.parts) return false;
     if (target.bits == source.bits && !source.isScalar) {
         combineBits(target.data, source.data, parts * target.bytes(), operation);
         return true;
@@ -489,7 +489,7 @@ bool complementElements(NumberBody& body)
 {
     Words const target(body);
     std::size_t const parts = body.numberOfElements() * target.parts;
-    if (parts < fewestParts || !isWord(target.container) || !target.agree()) return false;
+    if (parts < fewestParts || !isWord(target.container)) return false;
     auto const mask =
         target.type.isSigned() ? multiword::allOnes : multiword::lowMask(multiword::topBit(target.type));
     Lane64 lanes[blockSize];

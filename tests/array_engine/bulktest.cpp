@@ -4,6 +4,8 @@
 
 #include <orvex/client/fxpclientnull.h>
 
+#include <tbb/task_arena.h>
+
 namespace
 {
 using namespace orvextest;
@@ -19,6 +21,7 @@ struct Case {
     bool flipsA = false, flipsB = false; ///< the record's sign is not that of the words
     int maxBits = 128;                   ///< that the client supports
     bool isSilent = false;               ///< a client that does not hear
+    bool isAlone = false;                ///< one thread
     std::size_t count = 0, throwAt = 0;
     bool isShared = false; ///< by threads, so that events come in any order
     Bytes memory{};
@@ -99,6 +102,7 @@ Case randomCase(Random& random, Operation const& operation)
     }
     if (random.between(0, 3) == 0) c.product = c.target;
     if (random.between(0, 29) == 0) c.product.mode = fxpModeDataTypeDouble;
+    if (operation.kind == Operation::product && random.between(0, 49) == 0) c.a = u(128), c.b = u(1);
     c.maxBits = random.pick(std::array{32, 64, 128, 128, 400});
     if (operation.kind == Operation::ofReals && random.between(0, 9) == 0) // which few threads would share
         c.target.wordLength = random.between(129, 200);
@@ -123,6 +127,7 @@ Case randomCase(Random& random, Operation const& operation)
     c.count = random.pick(std::array{15U, 16U, 17U, 100U, 499U, 500U});
     if (random.between(0, 7) == 0) c.count = random.pick(std::array{501U, 513U, 1100U});
     if (random.between(0, 400) == 0) c.count = 20000; // so that threads share the work
+    c.isAlone = random.between(0, 9) == 0;
     c.flipsA = c.count <= 500 && random.between(0, 19) == 0;
     c.flipsB = c.count <= 500 && random.between(0, 19) == 0;
     if (operation.kind == Operation::quotient && c.isComplex) c.complexA = true, c.complexB = false;
@@ -198,7 +203,10 @@ Trace run(Case const& c, Operation const& operation, bool isAtOnce)
     flip(c.flipsA, a), flip(c.flipsB, b);
     trace.text = printedBy([&] {
         try {
-            if (isAtOnce) operation.run(target, a, b, c, 0, trace.out);
+            if (isAtOnce)
+                tbb::task_arena(c.isAlone ? 1 : tbb::task_arena::automatic).execute([&] {
+                    operation.run(target, a, b, c, 0, trace.out);
+                });
             for (std::size_t i = 0; i < c.count && !isAtOnce; ++i) {
                 Number t = elementOf(target, i), x = elementOf(a, i, c.flipsA), y = elementOf(b, i, c.flipsB);
                 operation.run(t, x, y, c, i, trace.out);
@@ -330,6 +338,41 @@ TEST(Bulk, LeavesAndTellsWhatElementsByThemselvesDo)
             << ", events " << wanted.events.size() << " and " << got.events.size() << ", words "
             << (wanted.memory == got.memory && wanted.out == got.out ? "same" : "differ");
     }
+}
+
+/// Of a biased type the zeros are heard that a result is filled with, and an intermediate product. That is
+/// made once for an array of real factors, and for each of complex ones.
+TEST(Bulk, ProductsOfABiasedType)
+{
+    Random random(8);
+    Type const biasedProduct = fixedType(false, 12, 0, 1.0, 40.0), factors = s(8);
+    for (int round = 0; round < 48; ++round)
+        for (Type const& to : {s(16, 2), fixedType(false, 14, -1, 1.0, 40.0), biasedProduct}) {
+            bool const isComplex = round % 2 == 0, ofBiased = round % 4 < 2;
+            Type biased = factors; // complex factors are taken apart in their types
+            biased.bias = ofBiased ? 1000.0 : 0.0;
+            Type const product = ofBiased ? s(16) : biasedProduct;
+            bool const isMade = !isComplex && !ofBiased && !(product == to);
+            RecordingClient client;
+            Elements elements(40, Element(isComplex ? 2 : 1));
+            int const most = random.pick(std::array{5, 100}); // small ones raise no events of their own
+            for (Element& element : elements)
+                for (Int& part : element) part = random.between(most == 5 ? 1 : -100, most);
+            Number const a = numberOf(biased, elements, client), b = numberOf(factors, elements, client);
+            Number const atOnce = Number::arrayTimes(a, b, product, to);
+            Events const heard = client.events();
+            int const fill = to.bias == 0.0 ? 0 : isComplex ? 2 : 1;
+            Events wanted(static_cast<std::size_t>(40 * fill), Event::wrap);
+            for (std::size_t i = 0; i < elements.size(); ++i) {
+                client.clear();
+                Number const x = numberOf(biased, {elements[i]}, client),
+                             y = numberOf(factors, {elements[i]}, client);
+                EXPECT_EQ(elementAt(Number::arrayTimes(x, y, product, to), 0), elementAt(atOnce, i));
+                Events const own = client.events();
+                wanted.insert(wanted.end(), own.begin() + fill + (i > 0 && isMade), own.end());
+            }
+            EXPECT_EQ(heard, wanted) << to << round;
+        }
 }
 
 TEST(Bulk, ThrowingHookReachesTheCallerAndEveryElementIsOldOrNew)

@@ -138,8 +138,9 @@ TEST(NumberHandle, ShapeCursorAndRecord)
         grown.setNumberOfElements(a.getNumberOfElements() + 1);
         EXPECT_TRUE(!a.isSameSize(grown) && dimsOf(grown) == dims);
     }
+    Dims const sizes{6, 5, 4}, fewer{1, 2};
+    EXPECT_EQ(dimsOf(Number(4, 2, fewer.data(), s(16), client, nearest, saturate, false)), fewer);
     Number a = numberOf(s(16), {{1}, {2}, {3}, {4}}, client);
-    Dims const sizes{6, 5, 4};
     a.setNDims(3);
     a.setDims(sizes.data());
     a.setNDims(3); // neither this nor the next is a change
