@@ -71,7 +71,7 @@ template <class Lane, class Put>
 class PutBy
 {
 public:
-    explicit PutBy(Lane, Put put) : put_(put) {}
+    explicit PutBy(Put put) : put_(put) {}
 
     void all(std::size_t at, std::size_t n, Lane const* lanes) { put_(at, n, lanes); }
     void take(std::size_t at, std::size_t, Lane const* lanes)
@@ -171,7 +171,8 @@ bool assignInLanes(NumberBody& body, Words const& target, Words const& from, Sto
             }
         });
     };
-    runBlocks<Lane>(body, begin, end, target.parts, fill, PutBy(Lane{}, tellAndStore), scalar);
+    runBlocks<Lane>(body, begin, end, target.parts, fill, PutBy<Lane, decltype(tellAndStore)>(tellAndStore),
+                    scalar);
     return true;
 }
 

@@ -30,7 +30,7 @@ public:
 void NetValue::quantize(double value, fxpDataTypeProp const& type, bool isSlope)
 {
     StoreListener listener;
-    chunks_.reset(numChunksOfType(type));
+    chunks_.allocate(numChunksOfType(type));
     storeRadixDoubleToChunks(listener, chunks_.data(), type, value, fxpModeRoundingNearest,
                              fxpModeOverflowSaturate);
     type_ = type;
@@ -60,7 +60,7 @@ NetScalingCast::NetScalingCast(OrvexClientInterface& client, fxpDataTypeProp con
         if (!biases_) {
             double divisorAsDouble = 0.0;
             fxpProdHardware const& hardware = type_basic::hardwareOf(client);
-            divisor_.reset(numChunksForWordLength(
+            divisor_.allocate(numChunksForWordLength(
                 static_cast<int>(hardware.getHWIntegerWordlengths()->getBitsPerLargestInteger())));
             divides_ = getDTCSlopeCorrectionMode(client, y, u, &divisorAsDouble, &divisorType_,
                                                  divisor_.data(), round);

@@ -68,7 +68,7 @@ void addInto(OrvexClientInterface& client, Target target, fxpDataTypeProp const&
     tell(client, sat ? end : Event::wrap);
 }
 
-/// dst[0..n) += a[0..n) * factor, or without `adds` := ; returns the chunk that is carried out.
+/// dst[0..n) += a[0..n) * factor, or dst := that product if it does not add; returns the chunk carried out.
 template <bool adds = true>
 Chunk addProductOfRow(Chunk* dst, Chunk const* a, Chunk factor, int n)
 {

@@ -26,8 +26,8 @@ public:
         if (data_ != inline_) delete[] data_;
     }
 
-    /// Gives a buffer made without a count room for `count` unset chunks.
-    void reset(int count)
+    /// Room for `count` unset chunks, once, in a buffer that was made without a count.
+    void allocate(int count)
     {
         if (std::size_t(count) > inlineChunks) data_ = new Chunk[std::size_t(count)];
     }

@@ -24,9 +24,9 @@ template <multiword::Sum sum>
 void FixedBody<Storage, Parts>::addPart(Word* place, NumberBody const& other, Part part)
 {
     auto to = target(place);
+    // Storage too, since a record may have become another than its storage was made for.
     bool isAlike = other.dataType() == dataType() && other.container() == Storage::container;
-    if constexpr (!Storage::isWord) // a record may have become another than the storage was made for
-        isAlike = isAlike && operandAtCursor(other, Part::real).count == count();
+    if constexpr (!Storage::isWord) isAlike = isAlike && operandAtCursor(other, Part::real).count == count();
     if (isAlike) {
         auto const* const element =
             static_cast<unsigned char const*>(other.storage()) + other.index() * other.bytesPerElement();
