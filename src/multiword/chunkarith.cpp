@@ -1,9 +1,50 @@
 #include "multiword/chunkarith.h"
 
+#include <utility>
+
 namespace ORVEX::multiword
 {
 
-void multiplyUnsigned(Chunk* dst, int n, Chunk const* a, int aCount, Chunk const* b, int bCount)
+namespace
+{
+
+// A negative factor read as unsigned is 2^(64 count) too large, so that the other factor is taken off the
+// product's chunks from that count on. Masks stand for branches on the signs.
+
+/// chunk -= a + b + borrow; the borrow out replaces the borrow in.
+void takeOff(Chunk& chunk, Chunk a, Chunk b, DoubleChunk& borrow)
+{
+    DoubleChunk const off = borrow + a + b;
+    borrow = (off >> chunkBits) + __builtin_sub_overflow(chunk, static_cast<Chunk>(off), &chunk);
+}
+
+/// Chunk by chunk of the product, each summed in three chunks: what the compiler keeps in registers as long
+/// as it knows the count.
+template <int count>
+void multiplyColumns(Chunk* dst, int n, Chunk const* a, Chunk signA, Chunk const* b, Chunk signB)
+{
+    DoubleChunk sum = 0;
+    Chunk carry = 0;
+#pragma GCC unroll 16
+    for (int k = 0; k < 2 * count - 1; ++k) {
+        int const end = k < count ? k + 1 : count;
+#pragma GCC unroll 8
+        for (int i = k < count ? 0 : k - count + 1; i < end; ++i)
+            carry += __builtin_add_overflow(sum, static_cast<DoubleChunk>(a[i]) * b[k - i], &sum);
+        dst[k] = static_cast<Chunk>(sum);
+        sum = sum >> chunkBits | static_cast<DoubleChunk>(std::exchange(carry, 0)) << chunkBits;
+    }
+    Chunk last = static_cast<Chunk>(sum);
+    DoubleChunk borrow = 0;
+#pragma GCC unroll 8
+    for (int i = 0; i < count; ++i)
+        takeOff(i < count - 1 ? dst[count + i] : last, a[i] & signB, b[i] & signA, borrow);
+    if (n == 2 * count) dst[n - 1] = last;
+}
+
+/// Row by row, a not the shorter factor.
+void multiplyRows(Chunk* dst, int n, Chunk const* a, Chunk signA, int aCount, Chunk const* b, Chunk signB,
+                  int bCount)
 {
     Chunk carry = addProductOfRow<false>(dst, a, b[0], std::min(aCount, n));
     for (int j = 1; j < bCount && j < n; ++j) {
@@ -11,6 +52,32 @@ void multiplyUnsigned(Chunk* dst, int n, Chunk const* a, int aCount, Chunk const
         carry = addProductOfRow(dst + j, a, b[j], std::min(aCount, n - j));
     }
     if (aCount + bCount <= n) dst[aCount + bCount - 1] = carry;
+    DoubleChunk borrow = 0;
+    for (int i = bCount; i < n; ++i)
+        takeOff(dst[i], a[i - bCount] & signB, i >= aCount ? b[i - aCount] & signA : 0, borrow);
+}
+
+} // namespace
+
+void multiplySigned(Chunk* dst, int n, Chunk const* a, Chunk signA, int aCount, Chunk const* b, Chunk signB,
+                    int bCount)
+{
+    if (aCount == bCount && n >= 2 * aCount - 1) switch (aCount) {
+        case 2: return multiplyColumns<2>(dst, n, a, signA, b, signB);
+        case 3: return multiplyColumns<3>(dst, n, a, signA, b, signB);
+        case 4: return multiplyColumns<4>(dst, n, a, signA, b, signB);
+        case 5: return multiplyColumns<5>(dst, n, a, signA, b, signB);
+        case 6: return multiplyColumns<6>(dst, n, a, signA, b, signB);
+        case 7: return multiplyColumns<7>(dst, n, a, signA, b, signB);
+        case 8: return multiplyColumns<8>(dst, n, a, signA, b, signB);
+        default: break;
+        }
+    if (aCount < bCount) {
+        std::swap(a, b);
+        std::swap(signA, signB);
+        std::swap(aCount, bCount);
+    }
+    multiplyRows(dst, n, a, signA, aCount, b, signB, bCount);
 }
 
 } // namespace ORVEX::multiword

@@ -9,26 +9,23 @@
 namespace ORVEX::multiword
 {
 
-/// a + b + carry; the carry out replaces the carry in.
+/// a + b + carry; the carry out replaces the carry in. Here and below the overflow built-ins stand where the
+/// compiler shall see a carry chain: it makes one of them and none of comparisons.
 inline Chunk addStep(Chunk a, Chunk b, Chunk& carry)
 {
-    unsigned long long out = 0;
-    unsigned long long second = 0;
-    Chunk const partial = a + b;
-    out = partial < a;
-    Chunk const sum = partial + carry;
-    second = sum < partial;
-    carry = out | second;
-    return sum;
+    Chunk partial = 0;
+    Chunk const out = __builtin_add_overflow(a, b, &partial);
+    carry = out + __builtin_add_overflow(partial, carry, &partial);
+    return partial;
 }
 
 /// a - b - borrow; the borrow out replaces the borrow in.
 inline Chunk subtractStep(Chunk a, Chunk b, Chunk& borrow)
 {
-    Chunk const partial = a - b;
-    Chunk const difference = partial - borrow;
-    borrow = static_cast<Chunk>(a < b) | static_cast<Chunk>(partial < borrow);
-    return difference;
+    Chunk partial = 0;
+    Chunk const out = __builtin_sub_overflow(a, b, &partial);
+    borrow = out + __builtin_sub_overflow(partial, borrow, &partial);
+    return partial;
 }
 
 enum class Sum { plus, minus };
@@ -83,37 +80,25 @@ Chunk addProductOfRow(Chunk* dst, Chunk const* a, Chunk factor, int n)
     return carry;
 }
 
-/// The product of two chunk arrays that are read as unsigned, a not the shorter one, modulo 2^(64 n); n is
-/// not above the sum of their counts. dst is neither a nor b.
-void multiplyUnsigned(Chunk* dst, int n, Chunk const* a, int aCount, Chunk const* b, int bCount);
+/// dst := a * b modulo 2^(64 n), n not above the sum of the counts. A sign is what stands above a top chunk,
+/// all ones or 0. dst is neither a nor b.
+void multiplySigned(Chunk* dst, int n, Chunk const* a, Chunk signA, int aCount, Chunk const* b, Chunk signB,
+                    int bCount);
 
 /// The exact product, modulo 2^(64 n): n is the chunk count of the summed word lengths. dst is neither a nor
-/// b. A negative value read as unsigned is 2^(64 count) too large, so that the other operand is taken off the
-/// product's chunks from that count on. Masks, all ones or 0, stand for branches on the signs.
+/// b.
 template <class CountA, class CountB>
 void multiplyChunksFull(Chunk* dst, int n, Chunk const* a, fxpDataTypeProp const& aType, CountA aCount,
                         Chunk const* b, fxpDataTypeProp const& bType, CountB bCount)
 {
-    if (aCount < bCount) return multiplyChunksFull(dst, n, b, bType, bCount, a, aType, aCount);
     int const chunks = std::min<int>(n, aCount + bCount); // a record may say more or less than there is
     for (int i = chunks; i < n; ++i) dst[i] = 0;
-    if (aCount == 1 && bCount == 1) {
-        auto const product = static_cast<DoubleChunk>(a[0]) * b[0];
-        dst[0] = static_cast<Chunk>(product);
-        if (chunks > 1) dst[1] = static_cast<Chunk>(product >> chunkBits);
-    } else {
-        multiplyUnsigned(dst, chunks, a, aCount, b, bCount);
-    }
-    Chunk const maskOfA = signFillChunk(b, bType, bCount);
-    Chunk const maskOfB = signFillChunk(a, aType, aCount);
-    SignedDoubleChunk rest = 0; // what is carried: 0, -1 or -2
-    for (int i = bCount; i < chunks; ++i) {
-        rest += dst[i];
-        rest -= a[i - bCount] & maskOfA;
-        if (i >= aCount) rest -= b[i - aCount] & maskOfB;
-        dst[i] = static_cast<Chunk>(rest);
-        rest >>= chunkBits;
-    }
+    Chunk const signA = signFillChunk(a, aType, aCount);
+    Chunk const signB = signFillChunk(b, bType, bCount);
+    if (aCount > 1 || bCount > 1) return multiplySigned(dst, chunks, a, signA, aCount, b, signB, bCount);
+    DoubleChunk const product = static_cast<DoubleChunk>(a[0]) * b[0];
+    dst[0] = static_cast<Chunk>(product);
+    if (chunks > 1) dst[1] = static_cast<Chunk>(product >> chunkBits) - (a[0] & signB) - (b[0] & signA);
 }
 
 /// The type of an exact product: signed if either is, word lengths and exponents summed, no slope, no bias.

@@ -88,9 +88,9 @@ bool chunksAreNegative(Chunk const* chunks, fxpDataTypeProp const& type, Count c
 template <class Count>
 bool chunksAreZero(Chunk const* chunks, Count count)
 {
-    Chunk any = 0;
-    for (int i = 0; i < count; ++i) any |= chunks[i];
-    return any == 0;
+    for (int i = 0; i < count; ++i)
+        if (chunks[i] != 0) return false;
+    return true;
 }
 
 /// All ones for a negative value, else 0: what stands above the top chunk.

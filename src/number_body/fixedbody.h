@@ -157,7 +157,7 @@ protected:
     template <multiword::Sum sum>
     void addNumber(NumberBody const& other);
     void multiply(PartScratch& product, Operand const& a, Operand const& b);
-    void divide(PartScratch& quotient, Operand const& a, Operand const& b);
+    void divide(Chunk* quotient, Operand const& a, Operand const& b);
     template <class Compute>
     void storeComputed(NumberBody const& a, NumberBody const& b, bool hasImag, Compute compute);
     int comparePart(Word const* place, NumberBody const& other, Part part) const;

@@ -88,10 +88,10 @@ void FixedBody<Storage, Parts>::multiply(PartScratch& product, Operand const& a,
 }
 
 template <class Storage, int Parts>
-void FixedBody<Storage, Parts>::divide(PartScratch& quotient, Operand const& a, Operand const& b)
+void FixedBody<Storage, Parts>::divide(Chunk* quotient, Operand const& a, Operand const& b)
 {
-    multiword::divideChunks(client(), quotient.data(), dataType(), a.chunks(), *a.type, a.count, b.chunks(),
-                            *b.type, b.count, roundMode(), overflowMode());
+    multiword::divideChunks(client(), quotient, dataType(), a.chunks(), *a.type, a.count, b.chunks(), *b.type,
+                            b.count, roundMode(), overflowMode());
 }
 
 template <class Storage, int Parts>
@@ -155,8 +155,11 @@ void FixedBody<Storage, Parts>::isProductOf(NumberBody const* a, NumberBody cons
 template <class Storage, int Parts>
 void FixedBody<Storage, Parts>::isQuotientOf(NumberBody const* a, NumberBody const* b)
 {
+    if constexpr (!Storage::isWord && !complex)
+        if (holdsStoredIntegers(*a) && holdsStoredIntegers(*b)) // its events come before its store
+            return divide(here(Part::real), operandAtCursor(*a, Part::real), operandAtCursor(*b, Part::real));
     storeComputed(*a, *b, a->isComplex(),
-                  [this](PartScratch& out, Operand const& x, Operand const& y) { divide(out, x, y); });
+                  [this](PartScratch& out, Operand const& x, Operand const& y) { divide(out.data(), x, y); });
 }
 
 template <class Storage, int Parts>
