@@ -30,6 +30,21 @@ inline Chunk subtractStep(Chunk a, Chunk b, Chunk& borrow)
 
 enum class Sum { plus, minus };
 
+/// What a sum beyond its type does. Apart, so that what is random, signs, meets no branch before it is known
+/// to matter.
+template <class Target>
+[[gnu::noinline]] void commitOverflow(OrvexClientInterface& client, Target target,
+                                      fxpDataTypeProp const& type, bool aIsNegative, Sum sum, int sat)
+{
+    bool const toMin = type.isSigned() ? aIsNegative : sum == Sum::minus;
+    Event const end = toMin ? Event::saturationToMin : Event::saturationToMax;
+    if (sat)
+        storeExtreme(target, type, end);
+    else
+        target.commit();
+    tell(client, sat ? end : Event::wrap);
+}
+
 /// target := a + b, or a - b, all of one type; the operands may lie where the target lies. After the store it
 /// may call one of handleOverflowWrap (wrapping), handleSaturationToMin, handleSaturationToMax (saturating).
 template <Sum sum, class Target>
@@ -39,7 +54,6 @@ void addInto(OrvexClientInterface& client, Target target, fxpDataTypeProp const&
     constexpr bool plus = sum == Sum::plus;
     auto const count = target.count();
     int const last = count - 1;
-    bool const negA = chunksAreNegative(a, type, count);
     Chunk const topA = a[last];
     Chunk const topB = b[last];
     Chunk* const dst = target.data();
@@ -54,15 +68,9 @@ void addInto(OrvexClientInterface& client, Target target, fxpDataTypeProp const&
     Chunk const signs = (topA ^ top) & (plus ? topB ^ top : topA ^ topB);
     bool const carries = static_cast<bool>((plus ? top < topA : top > topA) | ((carry != 0) & (top == topA)));
     bool const overflow = type.isSigned() ? static_cast<SignedChunk>(signs) < 0 : carries;
-    if (!overflow) return target.commit();
-
-    Event const end = type.isSigned() ? (negA ? Event::saturationToMin : Event::saturationToMax)
-                                      : (plus ? Event::saturationToMax : Event::saturationToMin);
-    if (sat)
-        storeExtreme(target, type, end);
-    else
-        target.commit();
-    tell(client, sat ? end : Event::wrap);
+    if (overflow) [[unlikely]]
+        return commitOverflow(client, target, type, static_cast<SignedChunk>(topA) < 0, sum, sat);
+    target.commit();
 }
 
 /// dst[0..n) += a[0..n) * factor, or dst := that product if it does not add; returns the chunk carried out.

@@ -35,14 +35,6 @@ void bitNotChunks(Chunk* chunks, fxpDataTypeProp const& type, Count count)
         w > chunkBits && w <= 2 * chunkBits ? highMask(w - chunkBits - 1) : lowMask(topBit(w));
 }
 
-/// Adds 0 or 1 to all chunks.
-template <class Count>
-void addToChunks(Chunk* chunks, Chunk one, Count count)
-{
-    chunks[0] += one;
-    for (int i = 1; i < count && chunks[i - 1] < one; ++i) chunks[i] += one; // rarely
-}
-
 /// dst := -src by a mask of all ones, src by one of 0: signs are random, and a branch on them costs more.
 /// Two's complement over all chunks; nothing is masked, and the minimum comes back as itself. dst may be src.
 template <class Count>

@@ -107,13 +107,19 @@ int compareChunks(Chunk const* a, fxpDataTypeProp const& aType, Chunk const* b, 
                   CountA aCount, CountB bCount)
 {
     if (aType.fixedExponent == bType.fixedExponent && aType.wordLength == bType.wordLength &&
-        aType.signedness == bType.signedness && aType.wordLength <= 2 * chunkBits && aCount == bCount) {
-        // The usual case, and signs differ as often as not: the chunks as they stand, the top one by its
-        // sign.
-        Chunk const flip = aType.isSigned() ? bitMask(chunkBits - 1) : 0;
+        aType.signedness == bType.signedness && aCount == bCount &&
+        (aType.wordLength <= 2 * chunkBits || aCount == numChunksOfType(aType))) {
+        // The usual case, and signs differ as often as not: chunks from the top, that one by its sign.
         int const last = aCount - 1;
-        int const order = compareUnsigned(a[last] ^ flip, b[last] ^ flip);
-        return order != 0 || last == 0 ? order : compareUnsigned(a[0], b[0]);
+        auto const topOf = [&](Chunk const* chunks) {
+            Chunk const flip = aType.isSigned() ? bitMask(chunkBits - 1) : 0;
+            if (aType.wordLength <= 2 * chunkBits) return chunks[last] ^ flip;
+            Chunk const word = lowMask(topBit(aType));
+            return ((chunks[last] & word) | (signFillChunk(chunks, aType, aCount) & ~word)) ^ flip;
+        };
+        int order = compareUnsigned(topOf(a), topOf(b));
+        for (int i = last - 1; order == 0 && i >= 0; --i) order = compareUnsigned(a[i], b[i]);
+        return order;
     }
     ComparedChunks const x(a, aType, aCount);
     ComparedChunks const y(b, bType, bCount);

@@ -26,17 +26,22 @@ struct Scratch<int> : WideScratch {
 };
 
 /// True of most values that `to` holds: then the chunks, moved up to its exponent, are the result. Only of
-/// chunks that comparison would take as they stand; the exponent of `to` is not above that of the value.
+/// chunks that comparison would take as they stand, or whose top one keeps its rule; the exponent of `to` is
+/// not above that of the value.
 template <class Count>
 [[gnu::always_inline]] inline bool fitsAsItStands(Chunk const* value, fxpDataTypeProp const& type,
                                                   fxpDataTypeProp const& to, Count count)
 {
     long long const up = static_cast<long long>(type.fixedExponent) - to.fixedExponent;
     long long const room = to.getWordLengthNonSign() - up;
-    if (room < 0 || to.wordLength < 1 || std::max(type.wordLength + up, 0LL + to.wordLength) > 2 * chunkBits)
+    if (room < 0 || to.wordLength < 1) return false;
+    if (std::max(type.wordLength + up, 0LL + to.wordLength) > 2 * chunkBits &&
+        (numChunksOfType(type) != count || fixedTopChunk(value[count - 1], type) != value[count - 1]))
         return false;
     Chunk const fill = signFillChunk(value, type, count);
-    return (to.isSigned() || fill == 0) && chunksAreFillFrom(value, room, fill, count);
+    // Signs are random, and nothing branches on them: a wrong one counts as a bit that differs.
+    Chunk const wanted = to.isSigned() ? fill : 0;
+    return ((fill ^ wanted) | bitsUnlikeFill(value, room, wanted, count)) == 0;
 }
 
 /// Brings the stored integer `src` of type `from` into `target` of type `to`, whose slope factor and bias are

@@ -22,27 +22,33 @@ inline double scaledByPowerOfTwo(double x, long long exponent)
     return std::ldexp(x, static_cast<int>(exponent));
 }
 
-/// A chunk, read as unsigned, as the nearest double (ties to even): one rounding.
-inline double chunkToDouble(Chunk chunk) { return static_cast<double>(chunk); }
+/// A chunk, read as unsigned, as the nearest double (ties to even): both halves are exact, and their sum is
+/// rounded once. The compiler's own conversion branches on the top bit, which is random.
+inline double chunkToDouble(Chunk chunk)
+{
+    return static_cast<double>(static_cast<SignedChunk>(chunk >> 32)) * 0x1p32 +
+           static_cast<double>(static_cast<SignedChunk>(chunk & 0xffffffff));
+}
 
 /// value * 2^fixedExponent, without slope factor or bias: the sum of one rounded conversion per chunk, low
 /// chunk first, of the magnitude.
 template <class Count>
 double chunksToRadixDouble(Chunk const* chunks, fxpDataTypeProp const& type, Count count)
 {
-    bool const negative = chunksAreNegative(chunks, type, count);
-    Chunk carry = negative;
+    Chunk const fill = signFillChunk(chunks, type, count); // signs are random: no branch on them
+    Chunk carry = fill & 1;
     double total = 0.0;
     for (int i = 0; i < count; ++i) {
         long long const weight = type.fixedExponent + static_cast<long long>(i) * chunkBits;
         if (weight > std::numeric_limits<int>::max()) break; // an exponent is a 32-bit number
-        Chunk const magnitude = negative ? ~chunks[i] + carry : chunks[i];
+        Chunk const magnitude = (chunks[i] ^ fill) + carry;
         if (magnitude == 0) continue;
         carry = 0;
-        double const term = scaledByPowerOfTwo(chunkToDouble(magnitude), weight);
-        total = negative ? total - term : total + term;
+        total += scaledByPowerOfTwo(chunkToDouble(magnitude), weight);
     }
-    return total;
+    double const opposite = 0.0 - total; // not -total: there is no negative zero
+    return std::bit_cast<double>((std::bit_cast<Chunk>(total) & ~fill) |
+                                 (std::bit_cast<Chunk>(opposite) & fill));
 }
 
 /// The real-world value: radix double x slopeAdjustmentFactor + bias, in that order.

@@ -74,9 +74,10 @@ inline int topBit(fxpDataTypeProp const& type) { return topBit(type.wordLength);
 /// Restores the top-chunk rule in a top chunk.
 inline Chunk fixedTopChunk(Chunk chunk, fxpDataTypeProp const& type)
 {
-    int const b = topBit(type);
-    if (type.isSigned() && (chunk & bitMask(b))) return chunk | highMask(b);
-    return chunk & lowMask(b);
+    int const above = chunkBits - 1 - topBit(type);
+    Chunk const up = chunk << above;
+    auto const extended = static_cast<SignedChunk>(up) >> above; // signs are random: no branch on them
+    return type.isSigned() ? static_cast<Chunk>(extended) : up >> above;
 }
 
 template <class Count>
@@ -141,6 +142,14 @@ template <class Count>
 void setChunksToMinPositive(Chunk* chunks, Count count)
 {
     for (int i = 0; i < count; ++i) chunks[i] = i == 0;
+}
+
+/// Adds 0 or 1, modulo 2^(64 count).
+template <class Count>
+void addToChunks(Chunk* chunks, Chunk one, Count count)
+{
+    chunks[0] += one;
+    for (int i = 1; i < count && chunks[i - 1] < one; ++i) chunks[i] += one; // rarely
 }
 
 /// No chunk of one array is one of the other.

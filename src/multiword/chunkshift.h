@@ -41,7 +41,7 @@ void shiftRightArithmeticChunks(OrvexClientInterface& client, Chunk* chunks, fxp
 {
     Chunk const fill = signFillChunk(chunks, type, count);
     auto const magnitudeBits = static_cast<unsigned long long>(std::max(0, type.getWordLengthNonSign()));
-    if (fill == 0 && n >= magnitudeBits && !chunksAreZero(chunks, count)) client.handleUnderflow();
+    if (n >= magnitudeBits && fill == 0 && !chunksAreZero(chunks, count)) client.handleUnderflow();
     moveChunksDown(chunks, n, fill, count);
 }
 
@@ -63,14 +63,14 @@ void shiftLeftChunks(Chunk* chunks, fxpDataTypeProp const& type, unsigned long l
         chunks[count - 1] = fixedTopChunk(chunks[count - 1], type);
 }
 
-/// Whether every bit from position `from` up equals the fill, which is the value's sign.
+/// Other than 0 if any bit from position `from` up differs from the fill, all ones or 0.
 template <class Count>
-bool chunksAreFillFrom(Chunk const* chunks, long long from, Chunk fill, Count count)
+Chunk bitsUnlikeFill(Chunk const* chunks, long long from, Chunk fill, Count count)
 {
     Chunk differs = 0;
     for (int i = 0; i < count; ++i)
         differs |= (chunks[i] ^ fill) & highMask(from - static_cast<long long>(i) * chunkBits);
-    return differs == 0;
+    return differs;
 }
 
 /// Left; a value that would lose a significant bit becomes the extreme of its sign. Silent: the caller tells.
@@ -81,7 +81,7 @@ Event shiftLeftSaturatingChunks(Chunk* chunks, fxpDataTypeProp const& type, unsi
     Chunk const fill = signFillChunk(chunks, type, count);
     bool const fits =
         n < static_cast<unsigned long long>(std::max(0, type.wordLength)) &&
-        chunksAreFillFrom(chunks, type.getWordLengthNonSign() - static_cast<long long>(n), fill, count);
+        bitsUnlikeFill(chunks, type.getWordLengthNonSign() - static_cast<long long>(n), fill, count) == 0;
     if (fits) {
         shiftLeftChunks(chunks, type, n, count);
         return Event::none;
@@ -133,9 +133,7 @@ void roundShiftRightChunks(OrvexClientInterface& client, Chunk* chunks, fxpDataT
 {
     bool const bump = bumps(mode, tailOfChunks(chunks, type, n, count));
     shiftRightArithmeticChunks(client, chunks, type, n, count);
-    // The value has just lost n bits, so that the increment stays inside the word.
-    for (int i = 0; bump && i < count; ++i)
-        if (++chunks[i] != 0) break;
+    addToChunks(chunks, bump, count); // the value has just lost n bits, and stays inside the word
 }
 
 } // namespace ORVEX::multiword
