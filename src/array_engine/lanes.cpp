@@ -32,38 +32,32 @@ struct UnsignedOf<Lane128> {
 template <class Lane>
 using Unsigned = typename UnsignedOf<Lane>::type;
 
-/// Looks for lanes outside a range: marks them, or remembers that there was one. Counted round the end of the
-/// lane, the distances from both limits have their top bit clear inside and one of them has it set outside,
-/// as long as the range is no more than half of what there is; it is that or all, and then nothing is
-/// outside.
+/// Looks for lanes outside limits: marks them, or remembers that there was one. Counted from the least, round
+/// the end of the lane, those have bits above the ones that count the others.
 template <class Lane, bool marking>
 class Guard
 {
 public:
     Guard(LaneLimits<Lane> limits, Marks* marks)
-        : least_(static_cast<Unsigned<Lane>>(limits.least)), most_(static_cast<Unsigned<Lane>>(limits.most)),
-          watches_(isNegative(most_ - least_) ? 0 : ~Unsigned<Lane>{0}), marks_(marks)
+        : least_(static_cast<Unsigned<Lane>>(limits.least)),
+          above_(~(static_cast<Unsigned<Lane>>(limits.most) - least_)), marks_(marks)
     {
     }
 
     void see(std::size_t i, Lane value)
     {
-        auto const bits = static_cast<Unsigned<Lane>>(value);
-        auto const distances = static_cast<Unsigned<Lane>>((bits - least_) | (most_ - bits));
+        auto const distance = static_cast<Unsigned<Lane>>(static_cast<Unsigned<Lane>>(value) - least_);
         if constexpr (marking)
-            marks_[i] = static_cast<Marks>(marks_[i] | (isNegative(distances & watches_) ? outside : silent));
+            marks_[i] = static_cast<Marks>(marks_[i] | ((distance & above_) != 0 ? outside : silent));
         else
-            gathered_ |= distances;
+            gathered_ |= distance;
     }
 
-    bool found() const { return marking || isNegative(gathered_ & watches_); }
+    bool found() const { return marking || (gathered_ & above_) != 0; }
 
 private:
-    static bool isNegative(Unsigned<Lane> bits) { return static_cast<Lane>(bits) < 0; }
-
     Unsigned<Lane> least_;
-    Unsigned<Lane> most_;
-    Unsigned<Lane> watches_;
+    Unsigned<Lane> above_;
     Unsigned<Lane> gathered_ = 0;
     Marks* marks_;
 };

@@ -75,7 +75,7 @@ T toWord(Lane lane)
 template <class Lane, class T>
 void narrow(Lane const* lanes, std::size_t n, T* words);
 
-/// What lanes have to stay within, the ends included.
+/// What lanes have to stay within, the ends included: as many values as some power of two.
 template <class Lane>
 struct LaneLimits {
     Lane least;
