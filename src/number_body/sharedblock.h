@@ -15,8 +15,8 @@ namespace ORVEX::number_body
 /// sharing copies are not made or destroyed at the same time.
 struct alignas(std::max_align_t) SharedBlock {
     unsigned long long useCount; ///< bodies that use the elements
-    std::uint32_t bodyBytes;
-    bool holdsBody; ///< the room for a body is in use
+    std::uint32_t bodyBytes;     ///< and what moves the elements of an array to a cache line
+    bool holdsBody;              ///< the room for a body is in use
 
     void* body() { return this + 1; }
     void* storage() { return static_cast<unsigned char*>(body()) + bodyBytes; }
@@ -28,11 +28,16 @@ struct alignas(std::max_align_t) SharedBlock {
     static SharedBlock* create(std::size_t bodyBytes, std::size_t storageBytes)
     {
         constexpr std::size_t unit = alignof(SharedBlock);
+        constexpr std::size_t line = 64; // bytes; a vector that crosses a line takes twice as long
+        constexpr std::size_t fewBytes = 1024;
         std::size_t const most = std::numeric_limits<std::size_t>::max();
-        std::size_t const body = (bodyBytes + unit - 1) / unit * unit;
-        std::size_t const head = sizeof(SharedBlock) + body;
+        std::size_t body = (bodyBytes + unit - 1) / unit * unit;
+        std::size_t const head = sizeof(SharedBlock) + body + (storageBytes < fewBytes ? 0 : line - unit);
         std::size_t const bytes = storageBytes > most - head ? most : storageBytes + head;
-        return new (::operator new(bytes)) SharedBlock{0, static_cast<std::uint32_t>(body), false};
+        void* const place = ::operator new(bytes);
+        if (storageBytes >= fewBytes)
+            body += -(reinterpret_cast<std::uintptr_t>(place) + sizeof(SharedBlock) + body) % line;
+        return new (place) SharedBlock{0, static_cast<std::uint32_t>(body), false};
     }
 
     void release()
