@@ -11,11 +11,13 @@ namespace
 // A negative factor read as unsigned is 2^(64 count) too large, so that the other factor is taken off the
 // product's chunks from that count on. Masks stand for branches on the signs.
 
-/// chunk -= a + b + borrow; the borrow out replaces the borrow in.
-void takeOff(Chunk& chunk, Chunk a, Chunk b, DoubleChunk& borrow)
+/// chunk -= a + b + borrow; the borrow out, of 0 to 2, replaces the borrow in.
+void takeOff(Chunk& chunk, Chunk a, Chunk b, Chunk& borrow)
 {
-    DoubleChunk const off = borrow + a + b;
-    borrow = (off >> chunkBits) + __builtin_sub_overflow(chunk, static_cast<Chunk>(off), &chunk);
+    Chunk off = 0;
+    Chunk const carry = __builtin_add_overflow(a, b, &off);
+    Chunk const out = carry + __builtin_sub_overflow(chunk, off, &chunk);
+    borrow = out + __builtin_sub_overflow(chunk, borrow, &chunk);
 }
 
 /// Chunk by chunk of the product, each summed in three chunks: what the compiler keeps in registers as long
@@ -35,7 +37,7 @@ void multiplyColumns(Chunk* dst, int n, Chunk const* a, Chunk signA, Chunk const
         sum = sum >> chunkBits | static_cast<DoubleChunk>(std::exchange(carry, 0)) << chunkBits;
     }
     Chunk last = static_cast<Chunk>(sum);
-    DoubleChunk borrow = 0;
+    Chunk borrow = 0;
 #pragma GCC unroll 8
     for (int i = 0; i < count; ++i)
         takeOff(i < count - 1 ? dst[count + i] : last, a[i] & signB, b[i] & signA, borrow);
@@ -52,7 +54,7 @@ void multiplyRows(Chunk* dst, int n, Chunk const* a, Chunk signA, int aCount, Ch
         carry = addProductOfRow(dst + j, a, b[j], std::min(aCount, n - j));
     }
     if (aCount + bCount <= n) dst[aCount + bCount - 1] = carry;
-    DoubleChunk borrow = 0;
+    Chunk borrow = 0;
     for (int i = bCount; i < n; ++i)
         takeOff(dst[i], a[i - bCount] & signB, i >= aCount ? b[i - aCount] & signA : 0, borrow);
 }

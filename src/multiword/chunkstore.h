@@ -71,6 +71,19 @@ bool storeRadixDoubleQuietly(Target target, fxpDataTypeProp const& type, double 
     return true;
 }
 
+/// 1 if x lies above what the type holds whatever the rounding, -1 if below; 0 if that is not certain.
+inline int sideBeyondLimits(fxpDataTypeProp const& type, double x)
+{
+    int const bits = type.getWordLengthNonSign();
+    if (bits < 1 || bits > 1022 || type.fixedExponent < -1023 || type.fixedExponent > 1022) return 0;
+    double const y = x * std::bit_cast<double>(static_cast<Chunk>(1023 - type.fixedExponent) << 52);
+    double const above = std::bit_cast<double>(static_cast<Chunk>(1023 + bits) << 52);
+    if (y >= above) return 1;
+    // One below the minimum; where doubles are further apart, the next one below it.
+    bool const isBelow = type.isSigned() ? y < -above && y <= -above - 1.0 : y <= -1.0;
+    return isBelow ? -1 : 0;
+}
+
 /// Stores x as value = stored integer * 2^fixedExponent: exact, with one rounding. Zero and NaN store 0
 /// silently. An infinity saturates, or stores 0 and calls handleOverflowWrap. Cheapest acts as Zero.
 template <class Target>
@@ -88,6 +101,11 @@ void storeRadixDouble(OrvexClientInterface& client, Target target, fxpDataTypePr
     }
     if (round == fxpModeRoundingCheapest) round = fxpModeRoundingZero;
     if (storeRadixDoubleQuietly(target, type, x, round)) return;
+    if (int const side = sat ? sideBeyondLimits(type, x) : 0) {
+        Event const end = side > 0 ? Event::saturationToMax : Event::saturationToMin;
+        storeExtreme(target, type, end);
+        return tell(client, end);
+    }
     SplitDouble const split = splitDouble(x);
     Chunk const mantissa = static_cast<Chunk>(split.mantissa);
     fxpDataTypeProp const source(true, 54, type.slopeAdjustmentFactor, split.exponent, type.bias);
