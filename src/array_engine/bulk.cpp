@@ -93,7 +93,7 @@ private:
 /// can be found may be filled where they belong, in `inPlace`.
 template <class Lane, class Fill, class Commit>
 void runBlocks(NumberBody& body, std::size_t begin, std::size_t end, std::size_t parts, Fill fill,
-               Commit commit, ScalarRoutine const& scalar, Lane* inPlace = nullptr)
+               Commit commit, ScalarRoutine scalar, Lane* inPlace = nullptr)
 {
     Lane buffer[blockSize];
     Marks marks[blockSize];
@@ -147,8 +147,7 @@ bool inNarrowestLanes(Operation operation)
 
 template <class Lane>
 bool assignInLanes(NumberBody& body, Words const& target, Words const& from, StoredCast const& cast,
-                   std::size_t begin, std::size_t end, ScalarRoutine const& scalar,
-                   ScalarRoutine const& moveTo)
+                   std::size_t begin, std::size_t end, ScalarRoutine scalar, ScalarRoutine moveTo)
 {
     Operand<Lane> source(from, target.parts);
     if (!source.start() || !source.pipeline.cast(cast) || !source.prepare()) return false;
@@ -179,7 +178,7 @@ bool assignInLanes(NumberBody& body, Words const& target, Words const& from, Sto
 /// The parts that an operand lacks are 0: converting and adding them changes nothing and tells nothing.
 template <class Lane>
 bool addInLanes(NumberBody& body, Words const& target, bool minus, Words const& left, Words const& right,
-                fxpModeRounding_tag round, std::size_t end, ScalarRoutine const& scalar)
+                fxpModeRounding_tag round, std::size_t end, ScalarRoutine scalar)
 {
     Operand<Lane> a(left, target.parts, Lacking::zero);
     Operand<Lane> b(right, target.parts, Lacking::zero);
@@ -209,7 +208,7 @@ bool addInLanes(NumberBody& body, Words const& target, bool minus, Words const& 
 template <class Lane>
 bool multiplyInLanes(NumberBody& body, Words const& target, Words const& left, Words const& right,
                      fxpDataTypeProp const& productType, fxpModeRounding_tag round, std::size_t end,
-                     ScalarRoutine const& scalar)
+                     ScalarRoutine scalar)
 {
     Operand<Lane> a(left, target.parts, Lacking::twice);
     Operand<Lane> b(right, target.parts, Lacking::twice);
@@ -259,7 +258,7 @@ bool multiplyInLanes(NumberBody& body, Words const& target, Words const& left, W
 
 template <class Lane>
 bool divideInLanes(NumberBody& body, Words const& target, Words const& left, Words const& right,
-                   fxpModeRounding_tag round, std::size_t end, ScalarRoutine const& scalar)
+                   fxpModeRounding_tag round, std::size_t end, ScalarRoutine scalar)
 {
     long long const scale = static_cast<long long>(left.type.fixedExponent) - right.type.fixedExponent -
                             target.type.fixedExponent;
@@ -349,7 +348,7 @@ bool withOperands(NumberBody& body, NumberBody const& left, NumberBody const& ri
 } // namespace
 
 bool storeReals(NumberBody& body, double const* values, std::size_t begin, std::size_t end,
-                ScalarRoutine const& scalar)
+                ScalarRoutine scalar)
 {
     Words const target(body);
     fxpDataTypeProp const& type = target.type;
@@ -384,7 +383,7 @@ bool storeReals(NumberBody& body, double const* values, std::size_t begin, std::
 }
 
 bool assignElements(NumberBody& body, NumberBody const& other, StoredCast const& cast, std::size_t begin,
-                    std::size_t end, ScalarRoutine const& scalar, ScalarRoutine const& moveTo)
+                    std::size_t end, ScalarRoutine scalar, ScalarRoutine moveTo)
 {
     if (end - begin < fewestParts) return false;
     Words const target(body);
@@ -405,7 +404,7 @@ bool assignElements(NumberBody& body, NumberBody const& other, StoredCast const&
 }
 
 bool addElements(NumberBody& body, bool minus, NumberBody const& left, NumberBody const& right,
-                 ScalarRoutine const& scalar)
+                 ScalarRoutine scalar)
 {
     return withOperands(body, left, right, [&](auto& target, auto& a, auto& b, std::size_t parts) {
         return inNarrowestLanes([&](auto lane) {
@@ -415,7 +414,7 @@ bool addElements(NumberBody& body, bool minus, NumberBody const& left, NumberBod
 }
 
 bool multiplyElements(NumberBody& body, NumberBody const& left, NumberBody const& right,
-                      fxpDataTypeProp const& productType, ScalarRoutine const& scalar)
+                      fxpDataTypeProp const& productType, ScalarRoutine scalar)
 {
     return withOperands(body, left, right, [&](auto& target, auto& a, auto& b, std::size_t parts) {
         bool const ofComplex = a.parts == 2 && b.parts == 2;
@@ -433,8 +432,7 @@ bool multiplyElements(NumberBody& body, NumberBody const& left, NumberBody const
     });
 }
 
-bool divideElements(NumberBody& body, NumberBody const& left, NumberBody const& right,
-                    ScalarRoutine const& scalar)
+bool divideElements(NumberBody& body, NumberBody const& left, NumberBody const& right, ScalarRoutine scalar)
 {
     return withOperands(body, left, right, [&](auto& target, auto& a, auto& b, std::size_t parts) {
         if (b.parts != 1) return false;

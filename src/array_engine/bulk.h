@@ -9,11 +9,10 @@
 /// and what a hook sees are those of the scalar kernels.
 #pragma once
 
+#include "array_engine/callback.h"
 #include "array_engine/lanes.h"
 
 #include <orvex/number_body/numberbody.h>
-
-#include <functional>
 
 namespace ORVEX::array_engine
 {
@@ -24,32 +23,31 @@ class StoredCast;
 inline constexpr std::size_t fewestParts = 16;
 
 /// Does one element, or one part where told, the scalar way.
-using ScalarRoutine = std::function<void(std::size_t index)>;
+using ScalarRoutine = Callback<std::size_t>;
 
 /// target[i] := values[i] for parts [begin, end): `index` is a part.
 bool storeReals(NumberBody& target, double const* values, std::size_t begin, std::size_t end,
-                ScalarRoutine const& scalar);
+                ScalarRoutine scalar);
 
 /// target[i] := source[i], or the source's element 0 if it has but one, for elements [begin, end), by a cast
 /// between their types. Calls moveTo(i), where given, before the client is told of the net values of element
 /// i.
 bool assignElements(NumberBody& target, NumberBody const& source, StoredCast const& cast, std::size_t begin,
-                    std::size_t end, ScalarRoutine const& scalar, ScalarRoutine const& moveTo = {});
+                    std::size_t end, ScalarRoutine scalar, ScalarRoutine moveTo = {});
 
 // The following run over all elements of the target; an operand of one element stands at its cursor.
 
 /// target[i] := a[i] + b[i] or a[i] - b[i], formed in the target's type. The target may be a.
 bool addElements(NumberBody& target, bool minus, NumberBody const& a, NumberBody const& b,
-                 ScalarRoutine const& scalar);
+                 ScalarRoutine scalar);
 
 /// target[i] := a[i] * b[i]: each product is formed in full and converted to `productType`, and then to the
 /// target's type, in which the products of complex numbers are added.
 bool multiplyElements(NumberBody& target, NumberBody const& a, NumberBody const& b,
-                      fxpDataTypeProp const& productType, ScalarRoutine const& scalar);
+                      fxpDataTypeProp const& productType, ScalarRoutine scalar);
 
 /// target[i] := a[i] / b[i], rounded once, in the target's type.
-bool divideElements(NumberBody& target, NumberBody const& a, NumberBody const& b,
-                    ScalarRoutine const& scalar);
+bool divideElements(NumberBody& target, NumberBody const& a, NumberBody const& b, ScalarRoutine scalar);
 
 /// target[i] := target[i] op other[i], bit by bit.
 bool combineBitsOfElements(NumberBody& target, Bits operation, NumberBody const& other);

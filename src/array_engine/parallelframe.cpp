@@ -40,8 +40,7 @@ private:
 
 } // namespace
 
-void parallelFor(std::size_t count, std::size_t grain,
-                 std::function<void(std::size_t, std::size_t)> const& work)
+void parallelFor(std::size_t count, std::size_t grain, Callback<std::size_t, std::size_t> work)
 {
     if (count == 0) return;
     if (count < 2 * grain) return work(0, count);

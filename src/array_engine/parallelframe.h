@@ -2,8 +2,9 @@
 /// The parallel loop of the array operations.
 #pragma once
 
+#include "array_engine/callback.h"
+
 #include <cstddef>
-#include <functional>
 
 namespace ORVEX::array_engine
 {
@@ -21,7 +22,6 @@ inline constexpr std::size_t scalarGrain = 256;
 /// Threading Building Blocks, and returns when all are done. The first exception cancels ranges that have not
 /// been started and is rethrown here. A count of 0 starts nothing, and less than two grains stay on the
 /// caller's thread.
-void parallelFor(std::size_t count, std::size_t grain,
-                 std::function<void(std::size_t begin, std::size_t end)> const& work);
+void parallelFor(std::size_t count, std::size_t grain, Callback<std::size_t, std::size_t> work);
 
 } // namespace ORVEX::array_engine

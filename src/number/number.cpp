@@ -290,8 +290,7 @@ namespace
 {
 
 bool assignInBlocks(NumberBody& target, NumberBody const& source, unsigned long long count,
-                    array_engine::ScalarRoutine const& assignOne,
-                    array_engine::ScalarRoutine const& setCursors)
+                    array_engine::ScalarRoutine assignOne, array_engine::ScalarRoutine setCursors)
 {
     if (count < array_engine::fewestParts || !number_body::holdsStoredIntegers(source)) return false;
     if (target.dataType().mode != fxpModeDataTypeFixed) return false;
