@@ -44,6 +44,21 @@ void multiplyColumns(Chunk* dst, int n, Chunk const* a, Chunk signA, Chunk const
     if (n == 2 * count) dst[n - 1] = last;
 }
 
+/// dst[0..n) += a[0..n) * factor, or dst := that product if it does not add; returns the chunk carried out.
+template <bool adds = true>
+Chunk addProductOfRow(Chunk* dst, Chunk const* a, Chunk factor, int n)
+{
+    Chunk carry = 0;
+#pragma GCC unroll 4
+    for (int i = 0; i < n; ++i) {
+        DoubleChunk const product =
+            static_cast<DoubleChunk>(a[i]) * factor + (adds ? dst[i] : 0) + carry; // never overflows
+        dst[i] = static_cast<Chunk>(product);
+        carry = static_cast<Chunk>(product >> chunkBits);
+    }
+    return carry;
+}
+
 /// Row by row, a not the shorter factor.
 void multiplyRows(Chunk* dst, int n, Chunk const* a, Chunk signA, int aCount, Chunk const* b, Chunk signB,
                   int bCount)
@@ -64,7 +79,8 @@ void multiplyRows(Chunk* dst, int n, Chunk const* a, Chunk signA, int aCount, Ch
 void multiplySigned(Chunk* dst, int n, Chunk const* a, Chunk signA, int aCount, Chunk const* b, Chunk signB,
                     int bCount)
 {
-    if (aCount == bCount && n >= 2 * aCount - 1) switch (aCount) {
+    if (aCount == bCount && n >= 2 * aCount - 1) {
+        switch (aCount) {
         case 2: return multiplyColumns<2>(dst, n, a, signA, b, signB);
         case 3: return multiplyColumns<3>(dst, n, a, signA, b, signB);
         case 4: return multiplyColumns<4>(dst, n, a, signA, b, signB);
@@ -74,6 +90,7 @@ void multiplySigned(Chunk* dst, int n, Chunk const* a, Chunk signA, int aCount, 
         case 8: return multiplyColumns<8>(dst, n, a, signA, b, signB);
         default: break;
         }
+    }
     if (aCount < bCount) {
         std::swap(a, b);
         std::swap(signA, signB);

@@ -73,21 +73,6 @@ void addInto(OrvexClientInterface& client, Target target, fxpDataTypeProp const&
     target.commit();
 }
 
-/// dst[0..n) += a[0..n) * factor, or dst := that product if it does not add; returns the chunk carried out.
-template <bool adds = true>
-Chunk addProductOfRow(Chunk* dst, Chunk const* a, Chunk factor, int n)
-{
-    Chunk carry = 0;
-#pragma GCC unroll 4
-    for (int i = 0; i < n; ++i) {
-        DoubleChunk const product =
-            static_cast<DoubleChunk>(a[i]) * factor + (adds ? dst[i] : 0) + carry; // never overflows
-        dst[i] = static_cast<Chunk>(product);
-        carry = static_cast<Chunk>(product >> chunkBits);
-    }
-    return carry;
-}
-
 /// dst := a * b modulo 2^(64 n), n not above the sum of the counts. A sign is what stands above a top chunk,
 /// all ones or 0. dst is neither a nor b.
 void multiplySigned(Chunk* dst, int n, Chunk const* a, Chunk signA, int aCount, Chunk const* b, Chunk signB,

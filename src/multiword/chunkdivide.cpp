@@ -322,7 +322,7 @@ void divideChunks(OrvexClientInterface& client, Chunk* out, fxpDataTypeProp cons
     if (chunksAreZero(a, aCount)) return clearChunks(out, count);
 
     bool const negative = negA != chunksAreNegative(b, bType, bCount);
-    if (negative && !to.isSigned()) {
+    if (!to.isSigned() && negative) {
         if (sat) { // the other extreme, as required
             client.handleSaturationToMax();
             return clearChunks(out, count);

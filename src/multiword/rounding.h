@@ -35,9 +35,9 @@ struct Tail {
 /// to half.
 constexpr Tail tailOfQuotient(bool negative, int restToHalf, bool odd)
 {
-    if (!negative) return {false, restToHalf >= 0, restToHalf != 0, odd};
-    // The floor is one further from zero, and what it lacks is one less the rest.
-    return {true, restToHalf <= 0, restToHalf != 0, !odd};
+    // The floor of a negative quotient is one further from zero, and what it lacks is one less the rest.
+    bool const half = (restToHalf == 0) | ((restToHalf > 0) != negative);
+    return {negative, half, restToHalf != 0, odd != negative};
 }
 
 } // namespace ORVEX::multiword
