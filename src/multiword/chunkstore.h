@@ -32,17 +32,15 @@ inline SplitDouble splitDouble(double x)
     return {x < 0 ? -magnitude : magnitude, field - exponentOfUnit - below};
 }
 
-/// Stores x as below if that raises no event and two chunks hold the result, or one if the target has no
-/// more; otherwise false, with nothing done. The usual case, by a conversion to an integer and what it leaves
-/// over, which are both exact.
+/// Stores y, in units of the last place, if that raises no event and two chunks hold the result, or one if
+/// the target has no more; otherwise false, with nothing done. The usual case, by a conversion to an integer
+/// and what it leaves over, which are both exact.
 template <class Target>
-bool storeRadixDoubleQuietly(Target target, fxpDataTypeProp const& type, double x, fxpModeRounding_tag round)
+bool storeUnitsQuietly(Target target, fxpDataTypeProp const& type, double y, fxpModeRounding_tag round)
 {
     constexpr bool oneChunk = std::is_same_v<typename Target::Count, One>;
     using Value = std::conditional_t<oneChunk, SignedChunk, SignedDoubleChunk>;
     constexpr double limit = oneChunk ? 0x1p63 : 0x1p127;
-    if (type.fixedExponent < -1023 || type.fixedExponent > 1022) return false;
-    double const y = x * std::bit_cast<double>(static_cast<Chunk>(1023 - type.fixedExponent) << 52);
     // Below 1 a positive value underflows, and a tiny one may have lost bits.
     if (!(std::fabs(y) >= 1.0 && std::fabs(y) < limit)) return false;
     bool const negative = y < 0;
@@ -71,17 +69,15 @@ bool storeRadixDoubleQuietly(Target target, fxpDataTypeProp const& type, double 
     return true;
 }
 
-/// 1 if x lies above what the type holds whatever the rounding, -1 if below; 0 if that is not certain.
-inline int sideBeyondLimits(fxpDataTypeProp const& type, double x)
+/// 1 if y, which could not be stored quietly, lies above what the type holds, -1 if below; 0 if that is not
+/// certain.
+inline int sideBeyondLimits(fxpDataTypeProp const& type, double y)
 {
     int const bits = type.getWordLengthNonSign();
-    if (bits < 1 || bits > 1022 || type.fixedExponent < -1023 || type.fixedExponent > 1022) return 0;
-    double const y = x * std::bit_cast<double>(static_cast<Chunk>(1023 - type.fixedExponent) << 52);
+    if (bits < 1 || bits > 1022) return 0;
     double const above = std::bit_cast<double>(static_cast<Chunk>(1023 + bits) << 52);
     if (y >= above) return 1;
-    // One below the minimum; where doubles are further apart, the next one below it.
-    bool const isBelow = type.isSigned() ? y < -above && y <= -above - 1.0 : y <= -1.0;
-    return isBelow ? -1 : 0;
+    return (type.isSigned() ? y < -above : y <= -1.0) ? -1 : 0;
 }
 
 /// Stores x as value = stored integer * 2^fixedExponent: exact, with one rounding. Zero and NaN store 0
@@ -100,11 +96,14 @@ void storeRadixDouble(OrvexClientInterface& client, Target target, fxpDataTypePr
         return tell(client, sat ? end : Event::wrap);
     }
     if (round == fxpModeRoundingCheapest) round = fxpModeRoundingZero;
-    if (storeRadixDoubleQuietly(target, type, x, round)) return;
-    if (int const side = sat ? sideBeyondLimits(type, x) : 0) {
-        Event const end = side > 0 ? Event::saturationToMax : Event::saturationToMin;
-        storeExtreme(target, type, end);
-        return tell(client, end);
+    if (type.fixedExponent >= -1023 && type.fixedExponent <= 1022) { // 1 or more units are exact
+        double const y = x * std::bit_cast<double>(static_cast<Chunk>(1023 - type.fixedExponent) << 52);
+        if (storeUnitsQuietly(target, type, y, round)) return;
+        if (int const side = sat ? sideBeyondLimits(type, y) : 0) {
+            Event const end = side > 0 ? Event::saturationToMax : Event::saturationToMin;
+            storeExtreme(target, type, end);
+            return tell(client, end);
+        }
     }
     SplitDouble const split = splitDouble(x);
     Chunk const mantissa = static_cast<Chunk>(split.mantissa);

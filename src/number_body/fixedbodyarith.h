@@ -90,8 +90,17 @@ void FixedBody<Storage, Parts>::multiply(PartScratch& product, Operand const& a,
 template <class Storage, int Parts>
 void FixedBody<Storage, Parts>::divide(Chunk* quotient, Operand const& a, Operand const& b)
 {
-    multiword::divideChunks(client(), quotient, dataType(), a.chunks(), *a.type, a.count, b.chunks(), *b.type,
-                            b.count, roundMode(), overflowMode());
+    auto const divideInto = [&](Chunk* out) {
+        multiword::divideChunks(client(), out, dataType(), a.chunks(), *a.type, a.count, b.chunks(), *b.type,
+                                b.count, roundMode(), overflowMode());
+    };
+    int const chunks = multiword::numChunksOfType(dataType());
+    if (chunks == count()) return divideInto(quotient);
+    // The record has become another than the storage was made for.
+    multiword::WideScratch whole(chunks);
+    divideInto(whole.data());
+    Chunk const fill = multiword::signFillChunk(whole.data(), dataType(), chunks);
+    for (int i = 0; i < count(); ++i) quotient[i] = i < chunks ? whole[i] : fill;
 }
 
 template <class Storage, int Parts>
