@@ -104,6 +104,29 @@ Texts between(OrvexClientInterface& client, Type const& target, Type const& sour
     return {textOf(out), textOf(first.overflowMode), textOf(second.overflowMode)};
 }
 
+/// Whether a cast divides in place of multiplying, which two overloads have to answer alike, and what they
+/// leave of a slope of -7 and chunks of 99: the slope, the type of the divisor, and the divisor.
+Texts division(Type const& target, Type const& source, Hardware const* hardware, int round,
+               FxpNetSlopeCorrectMethod method = FxpNetSlopeCorrectDivide)
+{
+    Target client;
+    client.hardware = hardware;
+    client.netSlopeMethod = method;
+    double slope = -7.0, sameSlope = -7.0;
+    Type type, sameType;
+    Chunk chunks[2] = {99, 99};
+    fxpScalarOversized word{{99, 0, 99, 0}};
+    bool const divides =
+        ORVEX::getDTCSlopeCorrectionMode(client, target, source, &slope, &type, chunks, round);
+    EXPECT_EQ(ORVEX::getDTCSlopeCorrectionMode(client, target, source, &sameSlope, &sameType, &word, round),
+              divides);
+    EXPECT_TRUE(slope == sameSlope && type == sameType && chunks[1] == 99 &&
+                (word.readWord(0) | Chunk{word.readWord(1)} << 32) == chunks[0] &&
+                (word.readWord(2) | Chunk{word.readWord(3)} << 32) == (divides ? 0 : 99));
+    return {divides ? "divides" : "no", textOf(slope), textOf(type), std::to_string(chunks[0])};
+}
+Texts const refused{"no", "-7", textOf(Type()), "99"};
+
 /// Each question begins with its arguments and ends with the answers.
 struct Subject {
     Texts (*ask)(Texts const&);
@@ -210,6 +233,22 @@ Subject const subjects[] = {
      "1.5 1.5 5 -;6 1.5 7 -;0x1p-1074 1 -1069 -;0 1 5 Orvex:typeBasic:SlopeWasNotStrictlyPositive;"
      "-inf 1 5 Orvex:typeBasic:SlopeWasNotStrictlyPositive;inf 1 5 Orvex:typeBasic:SlopeWasNotFinite;"
      "nan 1 5 Orvex:typeBasic:SlopeWasNotFinite"},
+    // Target, source, hardware, and whether the client divides: a division by 3, and what stands against it.
+    {[](Texts const& row) {
+         Type target = typeOf(row[0]), source = typeOf(row[1]);
+         if (row[4] == "zero") source.slopeAdjustmentFactor = 0.0;
+         if (row[4] == "far") target.fixedExponent = 1 << 30, source.fixedExponent = INT32_MIN;
+         return division(target, source, row[2] == "none" ? nullptr : &hardwareOf(row[2]),
+                         fxpModeRoundingZero,
+                         row[3] == "d" ? FxpNetSlopeCorrectDivide : FxpNetSlopeCorrectMultiply);
+     },
+     "s16,slope=3 s64 8,16,32,64 d - divides 3 s32 3;s64,slope=3 u64 8,16,32,64 d - divides 3 u32 3;"
+     "s16,slope=3 s64 8,16,32,64 m - no -7 s16 99;s16,slope=3 s64 asic d - no -7 s16 99;s16,slope=3 s64 none "
+     "d - no -7 s16 99;"
+     "s16,slope=3 s65 8,16,32,64 d - no -7 s16 99;s65,slope=3 s64 8,16,32,64 d - no -7 s16 99;"
+     "scaled:s16,slope=3 s64 8,16,32,64 d - no -7 s16 99;s16,slope=3 double 8,16,32,64 d - no -7 s16 99;"
+     "s16,slope=3 s64,slope=1.5*2^-9 8,16,32,64 d - no -7 s16 99;" // equal factors
+     "s16,slope=3 s64 8,16,32,64 d zero no -7 s16 99;s16,slope=3 s64 8,16,32,64 d far no -7 s16 99"},
     // The radix type of a type on a target with a longest word, and whether the slope is not held.
     {[](Texts const& row) {
          Target client(row[1], std::stoi(row[2]));
@@ -375,36 +414,6 @@ TEST(BestPrecision, IsTheFinestPointAtWhichTheValueFits)
     EXPECT_EQ(heard, want.identifier() + want.text());
 }
 
-/// A cast whose source is to be divided by three, on a target that may do so.
-struct Scenario {
-    Type target = s(16, 1, 1.5), source = s(64);
-    Hardware hardware = readTarget("8,16,32,64");
-    int method = FxpNetSlopeCorrectDivide, round = fxpModeRoundingZero;
-};
-
-/// "no", or "divides", and what is left of the slope -7 and the chunks 99 with the type of the divisor, which
-/// has to be the same by both overloads.
-std::string correction(Scenario const& s)
-{
-    Target client;
-    client.hardware = s.hardware.getHWIntegerWordlengths()->getNumIntegers() == 0 ? nullptr : &s.hardware;
-    client.netSlopeMethod = static_cast<FxpNetSlopeCorrectMethod>(s.method);
-    double slope = -7.0, sameSlope = -7.0;
-    Type type{}, sameType{};
-    Chunk chunks[2] = {99, 99};
-    fxpScalarOversized word{{99, 0, 99, 0}};
-    bool const divides =
-        ORVEX::getDTCSlopeCorrectionMode(client, s.target, s.source, &slope, &type, chunks, s.round);
-    EXPECT_EQ(
-        ORVEX::getDTCSlopeCorrectionMode(client, s.target, s.source, &sameSlope, &sameType, &word, s.round),
-        divides);
-    EXPECT_TRUE(slope == sameSlope && type == sameType && chunks[1] == 99 &&
-                (word.readWord(0) | Chunk{word.readWord(1)} << 32) == chunks[0] &&
-                (word.readWord(2) | Chunk{word.readWord(3)} << 32) == (divides ? 0 : 99));
-    return (divides ? "divides " : "no ") + textOf(slope) + textOf(type) + std::to_string(chunks[0]);
-}
-std::string const refused = "no -7" + textOf(Type{}) + "99";
-
 TEST(SlopeCorrectionMode, DividesByIntegersThatPayAndFit)
 {
     std::vector<double> divisors{
@@ -415,91 +424,70 @@ TEST(SlopeCorrectionMode, DividesByIntegersThatPayAndFit)
     for (double const divisor : divisors)
         for (double const slope : {1.0, 17.0, 0x1.9p-30})
             for (bool const isSigned : {false, true}) {
-                Scenario scenario;
-                scenario.source = Type(isSigned, 16, slope, 1.0); // biases do not count
-                scenario.target = Type(true, 16, slope * divisor, 2.0);
-                std::string wanted = refused;
+                Texts wanted = refused;
                 if (divisor > 2.75 && std::isfinite(divisor)) {
                     Int const n = roundTo(exactly(divisor), fxpModeRoundingHalfAway), bits = n << isSigned;
                     if (abs(exactly(divisor) - n) <= exactly(divisor, -50) && (n & (n - 1)) != 0 &&
                         (bits >> 64) == 0)
-                        wanted = "divides " + textOf(divisor) +
-                                 textOf(fixedType(isSigned, (bits >> 32) == 0 ? 32 : 64)) + n.str();
+                        wanted = {"divides", textOf(divisor),
+                                  textOf(fixedType(isSigned, (bits >> 32) == 0 ? 32 : 64)), n.str()};
                 }
-                EXPECT_EQ(correction(scenario), wanted) << divisor << isSigned;
+                EXPECT_EQ(division({true, 16, slope * divisor, 2.0}, {isSigned, 16, slope, 1.0},
+                                   &hardwareOf("8,16,32,64"), fxpModeRoundingZero),
+                          wanted) // biases do not count
+                    << divisor << isSigned;
             }
 }
 
-TEST(SlopeCorrectionMode, RefusesWhateverElseStandsAgainstIt)
+TEST(SlopeCorrectionMode, DividesWhereTheTargetRoundsAsAsked)
 {
-    void (*const changes[])(Scenario&) = {
-        [](Scenario& s) { s.source = s.target, s.source.fixedExponent = -9; }, // equal factors
-        [](Scenario& s) { s.source.slopeAdjustmentFactor = 0.0; },
-        [](Scenario& s) { s.target.fixedExponent = 1 << 30, s.source.fixedExponent = INT32_MIN; },
-        [](Scenario& s) { s.target.mode = fxpModeDataTypeScaledDouble; },
-        [](Scenario& s) { s.source.mode = fxpModeDataTypeDouble; },
-        [](Scenario& s) { s.method = FxpNetSlopeCorrectMultiply; },
-        [](Scenario& s) { s.hardware = readTarget("asic"); },
-        [](Scenario& s) { // none at all
-            for (int i = 0; i < 4; ++i) s.hardware.getHWIntegerWordlengths()->removeLargestWordLength();
-        },
-        [](Scenario& s) { s.source.setWordLength(65); },
-        [](Scenario& s) { s.target.setWordLength(65); }};
-    for (auto const& change : changes) {
-        Scenario scenario;
-        EXPECT_NE(correction(scenario), refused);
-        change(scenario);
-        EXPECT_EQ(correction(scenario), refused) << &change - changes;
-    }
-    // Divides where the target rounds as asked.
     for (int const target : {FxpHardwareRoundingZero, FxpHardwareRoundingFloor, FxpHardwareRoundingUndefined})
         for (int round = -1; round <= 7; ++round)
             for (bool const isSigned : {false, true}) {
-                Scenario scenario;
-                scenario.hardware.setHWIntDivRndMode(static_cast<FxpHardwareRounding>(target));
-                scenario.round = round;
-                scenario.source.setIsSigned(isSigned);
+                Hardware hardware = hardwareOf("8,16,32,64");
+                hardware.setHWIntDivRndMode(static_cast<FxpHardwareRounding>(target));
                 int const own =
                     target == FxpHardwareRoundingZero ? fxpModeRoundingZero : fxpModeRoundingFloor;
                 bool agrees =
                     round >= 0 && round <= 6 && !(isSigned && target == FxpHardwareRoundingUndefined);
                 for (int q = isSigned ? -9 : 0; q <= 9 && round != fxpModeRoundingCheapest; ++q)
                     agrees = agrees && roundTo(Rational(q, 3), round) == roundTo(Rational(q, 3), own);
-                EXPECT_EQ(correction(scenario) != refused, agrees) << target << Modes{round, 1} << isSigned;
+                EXPECT_EQ(division(s(16, 1, 1.5), fixedType(isSigned, 16), &hardware, round) != refused,
+                          agrees)
+                    << target << Modes{round, 1} << isSigned;
             }
 }
 
 TEST(ScalarOversized, MirrorsTheChunkOperations)
 {
     Random random(8);
-    RecordingClient client;
-    fxpScalarOversized value;
-    auto const expect = [&](Int const& wanted, Events const& events) {
-        Int got = 0;
-        for (int i = 0; i < 4; ++i) got += Int(value.readWord(i)) << 32 * i;
-        EXPECT_TRUE(got == modulo(wanted, Int(1) << 128) && client.events() == events) << wanted;
-        client.clear();
-    };
-    for (Type const& type : seamTypes(-3)) {
-        SCOPED_TRACE(type);
-        value.setToMin(type), expect(minStored(type), {});
-        value.setToMax(type), expect(maxStored(type), {});
-        for (double const x : {0.1, random.doubleNear(type), random.doubleNear(type), -0x1p500}) {
+    for (int i = 0; i < 2000; ++i) {
+        RecordingClient client;
+        fxpScalarOversized value;
+        Type const type = random.radixType(128, -3, -3);
+        int const kind = i % 4, bits = random.between(-140, 140);
+        double const x = random.doubleNear(type);
+        Int const stored = random.pick(interestingStored(type, random, 2)),
+                  moved = floorOf(scaled(stored, -bits));
+        Outcome wanted{kind == 0 ? minStored(type) : maxStored(type), {}};
+        if (kind == 0) value.setToMin(type);
+        if (kind == 1) value.setToMax(type);
+        if (kind == 2) {
+            wanted = quantizeRadix(x, type, fxpModeRoundingConvergent, x < 0);
             value.storeRadixDouble(client, type, x, fxpModeRoundingConvergent, x < 0);
-            Outcome const wanted = quantizeRadix(x, type, fxpModeRoundingConvergent, x < 0);
-            expect(wanted.stored, wanted.events);
         }
-        for (Int const& stored : interestingStored(type, random, 2))
-            for (int const bits : {-129, -65, -33, -1, 0, 1, 31, 64, 127, 200}) {
-                if (type.wordLength > 128) continue; // the value does not hold it whole
-                for (int i = 0; i < 4; ++i)
-                    value.writeWord(i, static_cast<std::uint32_t>(
-                                           modulo(floorOf(scaled(stored, -32 * i)), Int(1) << 32)));
-                value.shift(client, type, bits);
-                Int const moved = floorOf(scaled(stored, -bits));
-                bool const lost = bits > 0 && bits >= type.getWordLengthNonSign() && stored > 0;
-                expect(bits < 0 ? wrapTo(moved, type) : moved, Events(lost, Event::underflow));
-            }
+        if (kind == 3) {
+            bool const isLost = bits > 0 && bits >= type.getWordLengthNonSign() && stored > 0;
+            wanted = {bits < 0 ? wrapTo(moved, type) : moved, Events(isLost, Event::underflow)};
+            for (int word = 0; word < 4; ++word)
+                value.writeWord(
+                    word, static_cast<std::uint32_t>(wrapTo(floorOf(scaled(stored, -32 * word)), u(32))));
+            value.shift(client, type, bits);
+        }
+        Outcome got{0, client.events()};
+        for (int word = 0; word < 4; ++word) got.stored += Int(value.readWord(word)) << 32 * word;
+        got.stored = wrapTo(got.stored, fixedType(type.isSigned(), 128));
+        EXPECT_EQ(got, wanted) << type << kind << ' ' << bits << ' ' << x << stored;
     }
 }
 
@@ -619,45 +607,46 @@ TEST(SelectRadix, IsWhatBruteForceFinds)
     }
 }
 
-// Up to 129 bits on request, and an end on a slope of zero.
+// Up to 129 bits on request, and an end on a slope of zero: one signed bit holds no slope.
 TEST(SelectRadix, OfTheLongestWords)
 {
-    RecordingClient client;
-    client.holdDiagnostics = true;
-    auto const selectMaxWL = [&](Type const& in) {
-        Type out;
-        ORVEX::selectRadixDataTypeMaxWL(client, &out, &in);
-        delete client.releaseFatalError();
-        return out;
-    };
-    Type const fine = s(8, 0, 1.0, 0x1p-121);
-    Type out;
-    ORVEX::selectRadixDataTypeMax(client, &out, &fine);
-    EXPECT_EQ(out, s(128, -120)); // which the bias is rounded to
-    EXPECT_EQ(selectMaxWL(fine), s(129, -121));
-    EXPECT_EQ(client.events(), Events{});
-    EXPECT_EQ(selectMaxWL(s(8, 0, 0.0)), s(8));
-    EXPECT_EQ(selectMaxWL(s(1, 0, 1.0, 4.0)), u(1, 2)); // one signed bit holds no slope
-    EXPECT_EQ(client.events(), (Events{Event::diagnosticError, Event::underflow, Event::diagnosticError}));
-    client.holdDiagnostics = false;
-    EXPECT_THROW(selectMaxWL(s(1, 0, 1.0, 4.0)), kvxDiagnosticException);
+    for (auto const& [in, most, wanted, events] :
+         {std::tuple{s(8, 0, 1.0, 0x1p-121), s(128, -120), s(129, -121), Events{}},
+          {s(8, 0, 0.0), s(8), s(8), {Event::diagnosticError}},
+          {s(1, 0, 1.0, 4.0), u(1, 2), u(1, 2), {Event::underflow, Event::diagnosticError}}}) {
+        for (bool const isMost : {false, true}) {
+            RecordingClient client;
+            client.holdDiagnostics = true;
+            Type out;
+            (isMost ? ORVEX::selectRadixDataTypeMax : ORVEX::selectRadixDataTypeMaxWL)(client, &out, &in);
+            EXPECT_EQ(out, isMost ? most : wanted);
+            EXPECT_EQ(client.events(), events) << in;
+            delete client.releaseFatalError();
+        }
+    }
 }
 
 TEST(CastIntermediate, HoldsEverySourceValueOnItsGrid)
 {
     Random random(12);
     RecordingClient client;
+    Type const real = Type::singleDataType();
+    fxpOperationChoices const none;
+    Type same;
+    ORVEX::selectCastIntermediateDataType(client, &same, nullptr, nullptr, &real, &real, &none);
+    EXPECT_EQ(same, real);
     for (int i = 0; i < 300; ++i) {
         Type const source = fixedType(random.coin(), random.between(4, 8), random.between(-4, 4),
                                       1 + random.between(0, 3) / 4.0, random.between(-9, 9) / 4.0);
         Type const target = fixedType(random.coin(), random.between(1, 12), random.between(-4, 4), 1.0,
                                       random.between(20, 40) / 8.0);
-        fxpOperationChoices const request{fxpModeRoundingFloor, i % 2, 0};
+        fxpOperationChoices const request{fxpModeRoundingConvergent, i % 2, 2};
+        fxpOperationChoices first, second;
         Type held;
-        ORVEX::selectCastIntermediateDataType(client, &held, nullptr, nullptr, &target, &source, &request);
+        ORVEX::selectCastIntermediateDataType(client, &held, &first, &second, &target, &source, &request);
+        EXPECT_TRUE(first.overflowMode == 0 && second.overflowMode == i % 2);
         if (held == source) held = target;
         EXPECT_TRUE(held.slopeAdjustmentFactor == 1.0 && held.bias == target.bias);
-        EXPECT_EQ(between(client, target, source, i % 2)[2], textOf(i % 2));
         for (Int q = minStored(source); q <= maxStored(source); ++q) {
             Rational const value = q * exactly(source.slopeAdjustmentFactor, source.fixedExponent) +
                                    exactly(source.bias) - exactly(held.bias);
