@@ -95,8 +95,9 @@ std::vector<Operation> const ofNumbers = list(
     RUN(N(lent.data(), a.getDataType(), client, 2, nearest, saturate, true)).fills(none),
     RUN(N(a.getNumberOfElements(), 4, fourDims.data(), biased, client, nearest, saturate, a.isComplex()))
         .fills(perPart),
-    RUN(N(a)).fills(none), RUN(N(a, share)).fills(none), RUN(N(a, Odd, nearest, saturate)),
-    RUN(N(a, biased, nearest, saturate)).fills(perPart),
+    RUN(N(a)).fills(none), RUN(N(a, share)).fills(none),
+    RUN(N(N(3, 4, fourDims.data(), T, client, nearest, saturate, false), share)),
+    RUN(N(a, Odd, nearest, saturate)), RUN(N(a, biased, nearest, saturate)).fills(perPart),
     RUN(ORVEX::Cast(biased, client, nearest, saturate)(a)).fills(perPart),
     RUN(std::unique_ptr<double[]>(a.getAllRWDoubleValues())).fills(none), RUN(a.getMaxSIValue()).fills(none),
     RUN(a.getMinSIValue()).fills(none), RUN(a.stripScaling()).fills(none), RUN(a.rescale(T)),
