@@ -2,6 +2,7 @@
 /// multiplication, the radix twin of a scaled type, and the type between source and target of a cast.
 #include "support/numbers.h"
 #include "support/texttable.h"
+#include "type_basic/applyplan.h"
 #include "type_basic/castintermediatecache.h"
 
 #include <orvex/foundation/kvxfeature.h>
@@ -601,6 +602,23 @@ TEST(SelectRadix, OfTheLongestWords)
             delete client.releaseFatalError();
         }
     }
+}
+
+TEST(MixedCastPlan, EveryStepIsRoundedToThePrecision)
+{
+    Random random(5);
+    for (char const* const y : {"double", "single", "s16,slope=1.3*2^-3", "s16,slope=1.3*2^-3,bias=0.7"})
+        for (char const* const u : {"double", "single", "s60,slope=1*2^4,bias=3", "s16,slope=1.7*2^-9"})
+            for (int i = 0; i < 200; ++i) {
+                CastMixFloatFixptRealization const plan(readType(y), readType(u), i % 3 == 0, i % 2 == 0);
+                double const x = random.doubleNear(readType("s40,10"));
+                // One double step on floats is exact enough to be rounded to float once more.
+                auto const r = [&](double v) { return plan.CalcUseDouble() ? v : double(float(v)); };
+                double const slope = r(plan.ApproachNetSlope()), bias = r(plan.ApproachNetBias());
+                double const want =
+                    plan.UseDivApproach() ? r(r(r(x) + bias) / slope) : r(r(r(x) * slope) + bias);
+                EXPECT_EQ(applyPlan(x, plan), want) << y << ' ' << u << ' ' << x;
+            }
 }
 
 TEST(CastIntermediate, HoldsEverySourceValueOnItsGrid)
