@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <functional>
+#include <iterator>
 
 namespace
 {
@@ -13,61 +13,47 @@ using Type = fxpDataTypeProp;
 
 std::string const outOfRange = Orvex::number::bitIndexOutOfRange().identifier();
 
-/// Runs a form and compares elements, events in their order, what is stored at each event, and the cursor.
-void check(Type const& type, Elements const& elements, Modes modes, unsigned long long end,
-           std::function<void(Model&)> const& model, std::function<void(Number&)> const& run)
+/// Bodies know how to shift; here it is which way, by how many, and which elements.
+TEST(Bits, ShiftsByAnyCount)
 {
-    RecordingClient client;
-    Number x = numberOf(type, elements, client, modes);
-    Elements want, seen, wantSeen;
-    Events events;
-    client.onEvent = [&](Event) { seen.push_back(elementAt(x, x.getIndex())); };
-    for (Element const& element : elements) {
-        Model e({type, element}, modes);
-        model(e);
-        want.push_back(e.now);
-        events.insert(events.end(), e.events.begin(), e.events.end());
-        wantSeen.insert(wantSeen.end(), e.seen.begin(), e.seen.end());
-    }
-    run(x);
-    ASSERT_TRUE(elementsOf(x) == want && client.events() == events && seen == wantSeen && x.getIndex() == end)
-        << testing::PrintToString(elementsOf(x)) << " instead of " << testing::PrintToString(want);
-}
-
-std::vector<Type> wordTypes()
-{
-    std::vector<Type> types = seamTypes(-3);
-    for (int bits = 3; bits <= 6; ++bits) types.insert(types.end(), {s(bits), u(bits)});
-    std::erase_if(types, [](Type const& type) { return type.wordLength > 64; });
-    return types;
-}
-
-TEST(Bits, ShiftsOfWordsByAnyCount)
-{
+    constexpr auto applyTo = [](auto& it, int op, int count, auto right, auto rightLogical, auto left,
+                                auto bySign) {
+        unsigned const n = static_cast<unsigned>(count);
+        op > 0 ? (it.*(op == 1 ? right : op == 2 ? rightLogical : left))(n) : (it.*bySign)(count);
+    };
     Random random(51);
-    for (Type const& type : wordTypes())
-        for (int const count : {0, 1, 2, type.wordLength - 1, type.wordLength, type.wordLength + 1, 63, 64,
-                                65, 1000, INT_MAX, INT_MIN, -1, -2, 1 - type.wordLength}) {
-            Elements const elements = valuesOf(type, random, random.between(0, 3) == 0);
-            Modes const modes{0, random.between(0, 1)};
-            unsigned const n = static_cast<unsigned>(count);
-            SCOPED_TRACE(testing::Message() << type << modes << " by " << count);
-            auto shift = [&](auto by, auto scalar, auto array, auto model) {
-                check(type, {elements[0]}, modes, 0, model, [=](Number& x) { (x.*scalar)(by); });
-                check(type, elements, modes, n == 0 ? 0 : elements.size() - 1, model,
-                      [=](Number& x) { (x.*array)(by); });
-            };
-            shift(n, &Number::bitShiftRightArith, &Number::arrayBitShiftRightArith,
-                  [n](Model& e) { e.shiftRight(n); });
-            shift(n, &Number::bitShiftRightLogical, &Number::arrayBitShiftRightLogical,
-                  [n](Model& e) { e.shiftRightLogical(n); });
-            shift(n, &Number::bitShiftLeftLogical, &Number::arrayBitShiftLeftLogical,
-                  [n](Model& e) { e.shiftLeft(n); });
-            if (count == 0) continue;
-            shift(count, &Number::bitShiftArith, &Number::arrayBitShiftArith, [=](Model& e) { // to the left
-                count < 0 ? e.shiftRight(0U - n) : e.shiftBySign(-count);
-            });
-        }
+    for (Type const& type : seamTypes(-3))
+        for (int const count : {0, 1, 2, type.wordLength, 63, 64, 1000, INT_MAX, INT_MIN, -1, -2})
+            for (int op = count == 0 ? 1 : 0; op < 4; ++op) {
+                Elements const elements = valuesOf(type, random, random.coin(), 8);
+                Modes const modes{0, random.between(0, 1)};
+                SCOPED_TRACE(testing::Message() << type << modes << op << " by " << count);
+                RecordingClient client, oneByOne;
+                Number x = numberOf(type, elements, client, modes),
+                       y = numberOf(type, elements, oneByOne, modes);
+                Elements want;
+                Events events;
+                for (std::size_t i = 0; i < elements.size(); ++i) {
+                    Model e({type, elements[i]}, modes);
+                    if (op > 0 || count > INT_MIN) // the other way round
+                        applyTo(e, op, op > 0 ? count : -count, &Model::shiftRight, &Model::shiftRightLogical,
+                                &Model::shiftLeft, &Model::shiftBySign);
+                    else
+                        e.shiftRight(0U - static_cast<unsigned>(count));
+                    want.push_back(e.now);
+                    events.insert(events.end(), e.events.begin(), e.events.end());
+                    y.setIndex(i);
+                    applyTo(y, op, count, &Number::bitShiftRightArith, &Number::bitShiftRightLogical,
+                            &Number::bitShiftLeftLogical, &Number::bitShiftArith);
+                }
+                applyTo(x, op, count, &Number::arrayBitShiftRightArith, &Number::arrayBitShiftRightLogical,
+                        &Number::arrayBitShiftLeftLogical, &Number::arrayBitShiftArith);
+                ASSERT_TRUE(elementsOf(x) == want && client.events() == events &&
+                            x.getIndex() == (count == 0 ? 0 : elements.size() - 1))
+                    << testing::PrintToString(elementsOf(x)) << " instead of "
+                    << testing::PrintToString(want);
+                ASSERT_TRUE(elementsOf(y) == want && oneByOne.events() == events);
+            }
 }
 
 TEST(Bits, LogicTakesContainersAsTheyAre)
@@ -89,29 +75,24 @@ TEST(Bits, SingleBits)
     for (Type const& type : seamTypes(2)) {
         int const W = type.wordLength;
         Elements const elements = valuesOf(type, random, false);
-        std::size_t const at = elements.size() - 1;
+        std::size_t const last = elements.size() - 1;
         Number x = numberOf(type, elements, client);
-        auto bitOf = [&](std::size_t i, int bit) -> Element { return {bitAt(elements[i][0], bit - 1)}; };
-        for (int bit = 1; bit <= W; ++bit) {
-            bool const value = random.coin();
-            Model want({type, elements[at]}, {});
-            want.setBit(bit, value);
-            x.setIndex(at);
-            ASSERT_EQ(elementsOf(x.bitGet(bit)), Elements{bitOf(at, bit)}) << type << bit;
-            x.bitSet(bit, value);
-            ASSERT_EQ(elementAt(x, at), want.now) << type << bit;
-            x.copyDataIntoSIArray(storageOf(type, elements).data(), elements.size());
+        Elements low, high;
+        for (Element const& element : elements)
+            low.push_back({bitAt(element[0], 0)}), high.push_back({bitAt(element[0], W - 1)});
+        EXPECT_TRUE(elementsOf(x.arrayGetLSB()) == low && x.getIndex() == last &&
+                    elementsOf(x.arrayGetMSB()) == high && elementsOf(x.getLSB())[0] == low[last] &&
+                    elementsOf(x.getMSB())[0] == high[last]);
+        for (int const bit : {1, random.between(1, W), W}) {
+            Model want({type, elementAt(x, last)}, {});
+            EXPECT_EQ(elementsOf(x.bitGet(bit)), (Elements{{bitAt(want.now[0], bit - 1)}}));
+            want.setBit(bit, random.coin());
+            x.bitSet(bit, bitAt(want.now[0], bit - 1));
+            EXPECT_EQ(elementAt(x, last), want.now) << type << bit;
         }
         for (int const bit : {INT_MIN, -1, 0, W + 1, INT_MAX})
             EXPECT_TRUE(thrownBy([&] { x.bitGet(bit); }) == outOfRange &&
                         thrownBy([&] { x.bitSet(bit, true); }) == outOfRange);
-        Elements low, high;
-        for (std::size_t i = 0; i <= at; ++i) low.push_back(bitOf(i, 1)), high.push_back(bitOf(i, W));
-        EXPECT_TRUE(elementsOf(x.getLSB()) == Elements{low[at]} &&
-                    elementsOf(x.getMSB()) == Elements{high[at]});
-        x.setIndex(0);
-        EXPECT_TRUE(elementsOf(x.arrayGetLSB()) == low && x.getIndex() == at &&
-                    elementsOf(x.arrayGetMSB()) == high);
         for (Number const& bit : {x.getMSB(), x.arrayGetMSB(), x.arrayBitGet({1})})
             EXPECT_TRUE(bit.getDataType() == u(1) && bit.getRoundMode() == fxpModeRoundingNearest &&
                         bit.getOverflowMode() == fxpModeOverflowSaturate && &bit.getFxpClient() == &client);
@@ -127,10 +108,8 @@ TEST(Bits, SingleBits)
 
 std::vector<int> ints(std::string const& text)
 {
-    std::vector<int> values;
-    for (std::string const& word : split(text, ' '))
-        if (!word.empty()) values.push_back(std::stoi(word));
-    return values;
+    std::istringstream in(text);
+    return {std::istream_iterator<int>(in), {}};
 }
 using orvextest::elementsOf;
 Elements elementsOf(std::vector<int> const& values)
@@ -190,20 +169,24 @@ Int rotated(Type const& type, Int const& element, Int const& partner, unsigned n
 TEST(Bits, Rotations)
 {
     Random random(54);
-    std::vector<Type> types = wordTypes();
-    types.insert(types.end(), {s(100), u(150)});
+    RecordingClient client;
+    std::vector<Type> types = seamTypes();
+    std::erase_if(types, [](Type const& type) { return type.wordLength > 64; });
+    types.insert(types.end(), {u(100), u(150)});
     for (Type const& type : types) {
         unsigned const W = static_cast<unsigned>(type.wordLength);
         for (unsigned const n : {0U, 1U, 2U, W - 1, W, W + 1, 3 * W + 2, 0x80000000U, 0x80000001U, ~0U})
             for (bool const left : {false, true}) {
-                Elements const elements = valuesOf(type, random, false);
                 SCOPED_TRACE(testing::Message() << type << left << " by " << n);
-                check(
-                    type, elements, {}, static_cast<int>(n) % type.wordLength != 0 ? elements.size() - 1 : 0,
-                    [&](Model& e) { e.now = {rotated(type, e.now[0], e.now[0], n, left)}; },
-                    [&](Number& x) { left ? x.arrayBitRotateLeft(n) : x.arrayBitRotateRight(n); });
-                RecordingClient client; // the scalar form moves bits of element 0 in
-                Elements want{elements.back(), elements[0]};
+                Elements const elements = valuesOf(type, random, false);
+                Elements want = elements;
+                for (Element& e : want) e = {rotated(type, e[0], e[0], n, left)};
+                Number array = numberOf(type, elements, client);
+                left ? array.arrayBitRotateLeft(n) : array.arrayBitRotateRight(n);
+                EXPECT_EQ(elementsOf(array), want);
+                EXPECT_EQ(array.getIndex(),
+                          static_cast<int>(n) % type.wordLength != 0 ? elements.size() - 1 : 0);
+                want = {elements.back(), elements[0]}; // the scalar form moves bits of element 0 in
                 Number x = numberOf(type, want, client);
                 for (std::size_t const i : {1U, 0U}) {
                     x.setIndex(i);
@@ -213,7 +196,7 @@ TEST(Bits, Rotations)
                 }
             }
     }
-    RecordingClient client; // the scratch of the array form is a number of its own, filled with 0.0
+    // The scratch of the array form is a number of its own, filled with 0.0.
     Number x = numberOf(s(8, 0, 1.0, 200.0), {{0x21}, {-2}}, client, {0, 1});
     x.arrayBitRotateLeft(8);
     EXPECT_EQ(client.events(), Events{});

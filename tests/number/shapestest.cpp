@@ -6,80 +6,91 @@
 namespace
 {
 using namespace orvextest;
+using C = Number const&;
 
 Dims const allDims[] = {{1, 1},    {1, 5},    {1, 4},    {2, 3}, {3, 2},
                         {2, 3, 1}, {3, 2, 1}, {1, 1, 1}, {1, 0}, {0, 1}};
 
-/// Two numbers on arrays 1 2 3 ..., a at element 2 and b at element 1, and what is expected of a pair of
-/// shapes.
-struct Pair {
-    Dims dimsA, dimsB;
-    int countA = static_cast<int>(Lent::count(dimsA)), countB = static_cast<int>(Lent::count(dimsB));
-    bool isA = countA != 1, isB = countB != 1; ///< an array, that is walked
-    bool fits = !isA || !isB || dimsA == dimsB;
-    int count = isA ? countA : countB;
-    Lent a{dimsA, 2}, b{dimsB, 1};
-
-    /// Runs it where the shapes agree, and expects a diagnostic and nothing else where they do not.
-    template <class Run>
-    void expect(bool agrees, unsigned long long endA, unsigned long long endB, Run const& run)
-    {
-        EXPECT_EQ(thrownBy(run), agrees ? "" : dimsDisagree);
-        EXPECT_EQ(a.number.getIndex(), agrees ? endA : 2);
-        EXPECT_EQ(b.number.getIndex(), agrees ? endB : 1);
-    }
+/// Which element of a single operand is read, and where cursors end.
+enum Kind { arithmetic, logic, inPlace, assignment };
+struct Operation {
+    Kind kind;
+    Number (*run)(Number&, Number const&);
+    int (*of)(int, int);
 };
+Operation const operations[] = {
+    {arithmetic, [](Number& x, C y) { return Number::arrayPlus(x, y); }, [](int x, int y) { return x + y; }},
+    {arithmetic, [](Number& x, C y) { return Number::arrayMinus(x, y, s(24), s(20)); },
+     [](int x, int y) { return x - y; }},
+    {arithmetic, [](Number& x, C y) { return Number::arrayTimes(x, y, s(24), s(24), s(20)); },
+     [](int x, int y) { return x * y; }},
+    {arithmetic, [](Number& x, C y) { return Number::arrayDivide(x, y, s(24, -8)); },
+     [](int x, int y) { return (512 * x + y) / (2 * y); }},
+    {logic, [](Number& x, C y) { return Number::arrayBitAnd(x, y); }, [](int x, int y) { return x & y; }},
+    {logic, [](Number& x, C y) { return Number::arrayBitOr(x, y); }, [](int x, int y) { return x | y; }},
+    {logic, [](Number& x, C y) { return Number::arrayBitXor(x, y); }, [](int x, int y) { return x ^ y; }},
+    {inPlace, [](Number& x, C y) { return x.arrayPlusEquals(y); }, nullptr},
+    {assignment, [](Number& x, C y) { return Number::arrayEquals(x, y), x; }, nullptr}};
 
-/// Calls `check(pair)` for all pairs of shapes.
-template <class Check>
-void forAllPairs(Check const& check)
+// Of arrays 1 2 3 ..., a at element 2 and b at element 1. One element is read at the cursor, here of a larger
+// array, or at element 0; if both are single, b is walked.
+TEST(Shapes, MeetElementByElement)
 {
-    for (Dims const& a : allDims)
-        for (Dims const& b : allDims) {
-            SCOPED_TRACE(testing::PrintToString(a) + " with " + testing::PrintToString(b));
-            Pair pair{a, b};
-            check(pair);
-        }
-}
-
-// One element is read at the cursor, here of a larger array; if both are single, b is walked.
-TEST(Shapes, Arithmetic)
-{
-    using Operation = Number (*)(Number const&, Number const&);
-    constexpr Operation operations[] = {
-        [](Number const& x, Number const& y) { return Number::arrayPlus(x, y); },
-        [](Number const& x, Number const& y) { return Number::arrayMinus(x, y, s(24), s(20)); },
-        [](Number const& x, Number const& y) { return Number::arrayTimes(x, y, s(24), s(24), s(20)); },
-        [](Number const& x, Number const& y) { return Number::arrayDivide(x, y, s(24, -8)); }};
-    for (int op = 0; op < 4; ++op)
-        forAllPairs([op, operation = operations[op]](Pair& p) {
-            auto const last = static_cast<unsigned long long>(p.count - 1);
-            p.expect(p.fits, p.isA && p.count ? last : 2, (p.isB || !p.isA) && p.count ? last : 1, [&] {
-                Number const got = operation(p.a.number, p.b.number);
-                Elements want;
-                for (int i = 0; i < p.count; ++i) {
-                    int const x = p.isA ? i + 1 : 3, y = p.isB || !p.isA ? i + 1 : 2;
-                    want.push_back({op == 0   ? x + y
-                                    : op == 1 ? x - y
-                                    : op == 2 ? x * y
-                                              : (512 * x + y) / (2 * y)});
+    for (Operation const& operation : operations)
+        for (Dims const& dimsA : allDims)
+            for (Dims const& dimsB : allDims) {
+                SCOPED_TRACE(testing::Message()
+                             << testing::PrintToString(dimsA) << " with " << testing::PrintToString(dimsB)
+                             << " by operation " << &operation - operations);
+                Lent a(dimsA, 2), b(dimsB, 1);
+                Kind const kind = operation.kind;
+                auto const countA = Lent::count(dimsA), countB = Lent::count(dimsB);
+                bool const isA = countA != 1, isB = countB != 1, same = dimsA == dimsB,
+                           fits = kind == assignment ? !isB || same
+                                  : kind == inPlace  ? !isB || (isA ? same : countB != 0)
+                                                     : !isA || !isB || same;
+                auto const count = isA || kind >= inPlace ? countA : countB;
+                if (kind == logic) b.number.setWordLength(12);
+                auto const endOf = [&](bool walks, unsigned long long start) {
+                    return fits && walks && count != 0 && kind < inPlace
+                               ? (kind == logic ? countB : count) - 1
+                               : start;
+                };
+                Elements want{{1}, {2}, {3}, {4}, {5}, {6}, {7}};
+                for (int i = 0; fits && i < static_cast<int>(count); ++i) {
+                    int const x = isA                         ? i + 1
+                                  : kind == arithmetic || isB ? 3
+                                                              : 1,
+                              y = isB || (!isA && kind == arithmetic) ? i + 1
+                                  : kind == arithmetic                ? 2
+                                                                      : 1;
+                    auto const at = static_cast<std::size_t>(i);
+                    if (kind < inPlace) {
+                        if (i == 0) want.clear();
+                        want.push_back({operation.of(x, y)});
+                    } else if (kind == assignment)
+                        want[at] = {isB ? i + 1 : 1};
+                    else
+                        want[isA ? at : 2][0] +=
+                            isA && !isB ? 2 : i + 1; // a single one takes element 0 alone
                 }
-                EXPECT_EQ(elementsOf(got), want) << op;
-                EXPECT_EQ(dimsOf(got), p.isA ? p.dimsA : p.dimsB);
-                EXPECT_TRUE(got.getIndex() == 0 && &got.getFxpClient() == &p.a.client &&
-                            got.getRoundMode() == fxpModeRoundingNearest &&
-                            got.getOverflowMode() == fxpModeOverflowSaturate);
-            });
-        });
-    forAllPairs([](Pair& p) { // a single receiver takes element 0 alone
-        p.expect(p.fits && (p.isA || p.countB != 0), 2, 1, [&] {
-            p.a.number.arrayPlusEquals(p.b.number);
-            Elements want{{1}, {2}, {3}, {4}, {5}, {6}, {7}};
-            for (int i = 0; i < p.countA; ++i)
-                want[static_cast<std::size_t>(p.isA ? i : 2)][0] += p.isA && !p.isB ? 2 : i + 1;
-            EXPECT_EQ(p.a.storage, storageOf(s(16), want));
-        });
-    });
+                if (kind < inPlace) want.resize(count);
+                EXPECT_EQ(thrownBy([&] {
+                              Number const got = operation.run(a.number, b.number);
+                              if (kind >= inPlace) return;
+                              EXPECT_EQ(elementsOf(got), want);
+                              EXPECT_EQ(dimsOf(got), (kind == logic ? isB : !isA) ? dimsB : dimsA);
+                              EXPECT_TRUE(kind == logic
+                                              ? got.getWordLength() == (!isA && isB ? 12 : 16)
+                                              : got.getIndex() == 0 && &got.getFxpClient() == &a.client);
+                          }),
+                          fits                 ? ""
+                          : kind == assignment ? Orvex::number::IndexAssignElementCountMismatch().identifier()
+                                               : dimsDisagree);
+                EXPECT_TRUE(kind < inPlace || a.storage == storageOf(s(16), want));
+                EXPECT_EQ(a.number.getIndex(), endOf(isA && kind == arithmetic, 2));
+                EXPECT_EQ(b.number.getIndex(), endOf(kind == logic ? isA || !isB : isB || !isA, 1));
+            }
 }
 
 TEST(Shapes, Comparisons)
@@ -87,66 +98,25 @@ TEST(Shapes, Comparisons)
     constexpr bool* (Number::*relations[])(Number const&, bool*) const = {
         &Number::arrayIsEqual,       &Number::arrayIsNotEqual,          &Number::arrayIsLessThan,
         &Number::arrayIsGreaterThan, &Number::arrayIsLessThanOrEqualTo, &Number::arrayIsGreaterThanOrEqualTo};
-    for (int relation = 0; relation < 6; ++relation)
-        forAllPairs([&](Pair& p) {
-            p.a.storage.put(1, {9}); // 1 9 3 4 5 6, a single one being read at element 0
-            std::array<bool, 8> out{}, want{};
-            out.fill(true), want.fill(true);
-            bool const agrees = p.fits && p.countA != 0 && p.countB != 0;
-            for (int i = 0; agrees && i < p.count; ++i) {
-                int const x = !p.isA ? 1 : i == 1 ? 9 : i + 1, y = p.isB ? i + 1 : 1;
-                bool const all[] = {x == y, x != y, x<y, x> y, x <= y, x >= y};
-                want[static_cast<std::size_t>(i)] = all[relation];
+    for (std::size_t relation = 0; relation < 6; ++relation)
+        for (Dims const& dimsA : allDims)
+            for (Dims const& dimsB : allDims) {
+                Lent a(dimsA, 2), b(dimsB, 1);
+                a.storage.put(1, {9}); // 1 9 3 4 5 6, a single one being read at element 0
+                auto const countA = Lent::count(dimsA), countB = Lent::count(dimsB);
+                bool const agrees =
+                    countA != 0 && countB != 0 && (countA == 1 || countB == 1 || dimsA == dimsB);
+                std::array<bool, 8> out{}, want{};
+                out.fill(true), want.fill(true);
+                for (std::size_t i = 0; agrees && i < std::max(countA, countB); ++i) {
+                    std::size_t const x = countA == 1 ? 1 : i == 1 ? 9 : i + 1, y = countB == 1 ? 1 : i + 1;
+                    want[i] = std::array{x == y, x != y, x<y, x> y, x <= y, x >= y}[relation];
+                }
+                EXPECT_EQ(thrownBy([&] { (a.number.*relations[relation])(b.number, out.data()); }),
+                          agrees ? "" : dimsDisagree);
+                EXPECT_TRUE(out == want && a.number.getIndex() == 2 && b.number.getIndex() == 1)
+                    << testing::PrintToString(dimsA) << testing::PrintToString(dimsB) << relation;
             }
-            p.expect(agrees, 2, 1, [&] { (p.a.number.*relations[relation])(p.b.number, out.data()); });
-            EXPECT_EQ(out, want) << relation;
-        });
-}
-
-// A single a is read at its cursor if b is walked, any other single at element 0.
-TEST(Shapes, BitLogic)
-{
-    constexpr decltype(&Number::bitAnd) ofArrays[] = {Number::arrayBitAnd, Number::arrayBitOr,
-                                                      Number::arrayBitXor},
-                                        ofOne[] = {Number::bitAnd, Number::bitOr, Number::bitXor};
-    for (int op = 0; op < 3; ++op)
-        forAllPairs([&](Pair& p) {
-            auto const combined = [op](int x, int y) -> Element {
-                return {op == 0 ? x & y : op == 1 ? x | y : x ^ y};
-            };
-            p.b.number.setWordLength(12);
-            if (p.isA && p.countA != 0) { // the scalar form: all of a, element 0 changed
-                Elements want = elementsOf(p.a.number);
-                want[0] = combined(1, 2);
-                EXPECT_EQ(elementsOf(ofOne[op](p.a.number, p.b.number)), want);
-            }
-            auto const last = static_cast<unsigned long long>(p.countB - 1);
-            p.expect(p.fits, 2, (p.isA || !p.isB) && p.count ? last : 1, [&] {
-                Number const got = ofArrays[op](p.a.number, p.b.number);
-                Elements want;
-                for (int i = 0; i < p.count; ++i)
-                    want.push_back(combined(p.isA ? i + 1 : p.isB ? 3 : 1, p.isB ? i + 1 : 1));
-                EXPECT_EQ(elementsOf(got), want);
-                EXPECT_EQ(dimsOf(got), p.isB ? p.dimsB : p.dimsA);
-                EXPECT_EQ(got.getWordLength(), !p.isA && p.isB ? 12 : 16);
-            });
-        });
-}
-
-TEST(Shapes, ArrayEquals)
-{
-    forAllPairs([](Pair& p) { // a single one is read or written at element 0
-        bool const agrees = !p.isB || p.dimsA == p.dimsB;
-        Elements want{{1}, {2}, {3}, {4}, {5}, {6}, {7}};
-        for (std::size_t i = 0; i < 7; ++i) {
-            p.b.storage.put(i, {11 + i});
-            if (agrees && i < Lent::count(p.dimsA)) want[i] = {p.isB ? 11 + i : 11};
-        }
-        EXPECT_EQ(thrownBy([&] { Number::arrayEquals(p.a.number, p.b.number); }),
-                  agrees ? "" : Orvex::number::IndexAssignElementCountMismatch().identifier());
-        EXPECT_EQ(p.a.storage, storageOf(s(16), want));
-        EXPECT_TRUE(p.a.number.getIndex() == 2 && p.b.number.getIndex() == 1);
-    });
 }
 
 } // namespace
