@@ -9,6 +9,11 @@ namespace
 using namespace orvextest;
 using Body = std::unique_ptr<NumberBody>;
 using N = NumberBody;
+using Factory = NumberBodyFactory;
+
+constexpr auto nearest = fxpModeRoundingNearest;
+constexpr auto saturate = fxpModeOverflowSaturate;
+constexpr auto share = NumberUtils::copyIndexOnly;
 
 constexpr std::array wordLengths{1, 5, 8, 12, 16, 17, 24, 32, 33, 54, 63, 64, 65, 100, 128, 129};
 
@@ -25,32 +30,32 @@ void checkReads(Value const& a)
 {
     Held const held(a);
     Type const& type = a.type;
-    bool const isWord = type.wordLength <= 64;
     for (std::size_t part = 0; part < a.parts.size(); ++part) {
         Int const& stored = a.parts[part];
         auto const read = [&](auto real, auto imag, auto... from) {
             return part == 1 ? ((*held).*imag)(from...) : ((*held).*real)(from...);
         };
         // By index: elements of words, chunks of a real multi-word body; a complex one has no such read.
-        Chunk const word = chunksOf(stored, 1)[0], at = isWord ? 1 : chunkCount(type),
-                    wordAt = isWord || !a.isComplex() ? word : 0;
-        EXPECT_TRUE(
-            sameDouble(read(&N::getRWDoubleValue, &N::getImagRWDoubleValue), readRealWorld(stored, type)));
-        EXPECT_TRUE(sameDouble(read(&N::getSIDoubleValue, &N::getImagSIDoubleValue),
-                               readRadix(stored, stripped(type))));
-        EXPECT_EQ(read(&N::getSIArrayValueUnsigned, &N::getImagSIArrayValueUnsigned), word);
-        EXPECT_EQ(read(&N::getSIArrayValueUnsignedAt, &N::getImagSIArrayValueUnsignedAt, at), wordAt);
-        EXPECT_EQ(static_cast<Chunk>(read(&N::getSIArrayValueSigned, &N::getImagSIArrayValueSigned)), word);
-        EXPECT_EQ(static_cast<Chunk>(read(&N::getSIArrayValueSignedAt, &N::getImagSIArrayValueSignedAt, at)),
-                  wordAt);
+        Chunk const word = chunksOf(stored, 1)[0], at = a.isMultiWord() ? chunkCount(type) : 1,
+                    wordAt = a.isMultiWord() && a.isComplex() ? 0 : word;
+        ASSERT_TRUE(
+            sameDouble(read(&N::getRWDoubleValue, &N::getImagRWDoubleValue), readRealWorld(stored, type)) &&
+            sameDouble(read(&N::getSIDoubleValue, &N::getImagSIDoubleValue),
+                       readRadix(stored, stripped(type))) &&
+            read(&N::getSIArrayValueUnsigned, &N::getImagSIArrayValueUnsigned) == word &&
+            read(&N::getSIArrayValueUnsignedAt, &N::getImagSIArrayValueUnsignedAt, at) == wordAt &&
+            static_cast<Chunk>(read(&N::getSIArrayValueSigned, &N::getImagSIArrayValueSigned)) == word &&
+            static_cast<Chunk>(read(&N::getSIArrayValueSignedAt, &N::getImagSIArrayValueSignedAt, at)) ==
+                wordAt)
+            << a;
     }
     std::ostringstream hex;
     Int const container = Int(1) << static_cast<unsigned>(8 * containerBytes(type)),
-              beside = container / 255 % container;
-    for (Int const& stored : {Int(beside * 42), a.parts[0], Int(beside * 42)})
+              beside = container / 255 % container * 42;
+    for (Int const& stored : {beside, a.parts[0], beside})
         hex << (hex.tellp() == 0 ? "" : "   ") << std::hex << std::setfill('0')
             << std::setw((type.wordLength + 3) / 4) << modulo(stored, container);
-    EXPECT_EQ(held->getSIArrayInHex(), a.isComplex() ? "Need to implement" : hex.str());
+    ASSERT_EQ(held->getSIArrayInHex(), a.isComplex() ? "Need to implement" : hex.str());
 }
 
 /// All operations on `a` with `b` and, in products and quotients, b and c; but for conversions where b is of
@@ -116,14 +121,6 @@ void checkFixedElement(Value const& a, Value const& b, Value const& c, Modes mod
         shift("to the right", count, &N::bitShiftArith, &Model::shiftBySign);
         shift("to the right", -count, &N::bitShiftArith, &Model::shiftBySign);
     }
-    if (bits <= 64) // beyond the last chunk, within that chunk
-        unary(
-            "bitSet", [&](N& it) { it.bitSet(64 + bit, true); },
-            [&](Model& e) {
-                std::vector<Chunk> pattern = patternOf(e.now[0], e.type);
-                pattern[0] |= Chunk{1} << (bit - 1);
-                if (!e.isComplex()) e.now[0] = inContainer(pattern, e.type);
-            });
     for (int const i : {-1, 0, 1, bit, bits, bits + 1, bits + n}) // above the word that of its sign
         ASSERT_EQ(held->bitGet(i),
                   i > 0 && !a.isComplex() && (i > bits ? a.parts[0] < 0 : bitAt(a.parts[0], i - 1)))
@@ -231,32 +228,21 @@ TEST(FixedBodies, ConjugateNegatesInTheContainer)
     Random random(42);
     RecordingClient client;
     for (Type const& type : seamTypes(-3))
-        for (unsigned const count : {0U, 1U, 3U, 300U}) {
-            Storage storage(type, 2 * count), wanted = storage;
-            for (std::size_t part = 0; part < storage.parts(); ++part) {
-                Int const value = part == 1              ? minStored(type)
-                                  : type.wordLength <= 8 ? Int(part / 2)
-                                                         : wild(type, random);
-                storage.put(part, patternOf(value, type));
-                wanted.put(part, patternOf(part % 2 == 0 ? value : Int(-value), type));
+        for (unsigned const count : {0U, 1U, 300U}) {
+            Elements elements(count), wanted(count);
+            for (std::size_t i = 0; i < count; ++i) {
+                elements[i] = {wild(type, random), i == 0 ? minStored(type) : wild(type, random)};
+                wanted[i] = {elements[i][0], -elements[i][1]};
             }
-            Body const body(NumberBodyFactory::createNumberBody(
-                storage.data(), type, client, count, fxpModeRoundingFloor, fxpModeOverflowSaturate, true));
+            Storage storage = storageOf(type, elements);
+            Body const body(Factory::createNumberBody(storage.data(), type, client, count,
+                                                      fxpModeRoundingFloor, saturate, true));
             body->setIndex(1);
             body->conjugate();
-            EXPECT_TRUE(storage == wanted && client.events().empty()) << type << ' ' << count;
-            EXPECT_EQ(body->index(), type.wordLength > 64 && count > 0 ? count - 1 : 1U)
+            EXPECT_TRUE(storage == storageOf(type, wanted) && client.events().empty() &&
+                        body->index() == (type.wordLength > 64 && count > 0 ? count - 1 : 1U))
                 << type << ' ' << count;
         }
-}
-
-TEST(FixedBodies, LimitsOfWordsWithoutBits)
-{
-    for (Type const& type : {s(0), u(-3)})
-        for (auto const& [run, limit] : {std::pair(&N::setMaxRWValue, 0xFF), std::pair(&N::setMinRWValue, 0),
-                                         std::pair(&N::setMinPositiveRWValue, 1)})
-            checkOperation("limit", {type, {7}}, {}, {}, {{type, {inContainer(Int(limit), type)}}}, "",
-                           std::mem_fn(run));
 }
 
 TEST(BodyStorage, GrownLentAndCopied)
@@ -264,56 +250,92 @@ TEST(BodyStorage, GrownLentAndCopied)
     RecordingClient client;
     std::vector<Type> types{Type::doubleDataType(), Type::singleDataType()};
     for (int const bits : wordLengths) types.push_back(s(bits));
-    for (Type const& type : types)
-        for (bool const isComplex : {false, true}) {
-            bool const isFixed = type.mode == fxpModeDataTypeFixed;
-            if (isComplex && !isFixed) continue;
-            SCOPED_TRACE(testing::Message() << type << (isComplex ? " complex" : ""));
-            std::size_t const step = isComplex ? 2 : 1;
-            double const values[] = {-1, 0, 0, -1, -1, -1}, zeros[10] = {};
-            Body const owner(NumberBodyFactory::createNumberBody(
-                values, type, client, 3, fxpModeRoundingFloor, fxpModeOverflowWrap, isComplex));
-            NumberBody& body = *owner;
-            Storage const old(type, 3 * step, body.getSIArray());
-            // The first `kept` elements are old ones, the others zero.
-            auto const holds = [&](NumberBody const& it, std::size_t elements, std::size_t kept) {
-                Storage wanted(type, elements * step);
-                for (std::size_t part = 0; part < kept * step; ++part) wanted.put(part, old.pattern(part));
-                return it.numberOfElements() == elements &&
-                       Storage(type, elements * step, it.getSIArray()) == wanted;
-            };
-            body.setIndex(2);
-            body.setNumberOfElements(5);
-            EXPECT_TRUE(holds(body, 5, 3));
-            body.setNumberOfElements(2);
-            EXPECT_TRUE(holds(body, 2, 2) && body.dims()[1] == 3 && body.index() == 2 &&
-                        !body.dataIsExternal());
-            EXPECT_THROW(body.setNumberOfElements((Chunk{1} << 60) + 1), std::bad_alloc);
-            EXPECT_TRUE(holds(body, 2, 2));
+    for (std::size_t i = 0; i < 2 * types.size(); ++i) {
+        Type const& type = types[i / 2];
+        bool const isFixed = i > 3, isComplex = isFixed && i % 2 == 1;
+        SCOPED_TRACE(testing::Message() << type << (isComplex ? " complex" : ""));
+        std::size_t const step = isComplex ? 2 : 1;
+        double const values[] = {-1, 0, 0, -1, -1, -1}, zeros[10] = {};
+        Body const owner(Factory::createNumberBody(values, type, client, 3, fxpModeRoundingFloor,
+                                                   fxpModeOverflowWrap, isComplex));
+        NumberBody& body = *owner;
+        EXPECT_TRUE(body.getNumChunks() == (isFixed ? static_cast<int>(chunkCount(type)) : 1) &&
+                    body.isSingleChunk() == (body.getNumChunks() == 1) &&
+                    body.isMultiChunk() != body.isSingleChunk() &&
+                    body.bytesPerElement() == step * containerBytes(type));
+        Storage const old(type, 3 * step, body.getSIArray());
+        // The first `kept` elements are old ones, the others zero.
+        auto const holds = [&](NumberBody const& it, std::size_t elements, std::size_t kept) {
+            Storage wanted(type, elements * step);
+            for (std::size_t part = 0; part < kept * step; ++part) wanted.put(part, old.pattern(part));
+            return it.numberOfElements() == elements &&
+                   Storage(type, elements * step, it.getSIArray()) == wanted;
+        };
+        body.setIndex(2);
+        body.setNumberOfElements(5);
+        EXPECT_TRUE(holds(body, 5, 3));
+        body.setNumberOfElements(2);
+        EXPECT_TRUE(body.dims()[1] == 3 && body.index() == 2 && !body.dataIsExternal());
+        EXPECT_THROW(body.setNumberOfElements((Chunk{1} << 60) + 1), std::bad_alloc);
+        EXPECT_TRUE(holds(body, 2, 2));
 
-            Storage lent(old);
-            body.setSIArray(lent.data()); // two elements of it
-            EXPECT_TRUE(holds(body, 2, 2) && body.dataIsExternal() && body.getSIArray() == lent.data());
-            Body const copy(NumberBodyFactory::createNumberBody(&body)),
-                sharing(NumberBodyFactory::createNumberBody(&body, NumberUtils::copyIndexOnly));
-            copy->setValue(zeros);
-            EXPECT_TRUE(holds(*copy, 2, 0) && copy->dataIsExternal() && lent == old);
-            sharing->setValue(zeros); // into the caller's array, for both
-            EXPECT_TRUE(holds(body, 2, 0) && lent.pattern(2 * step) == old.pattern(2 * step));
-            body.copyDataIntoSIArray(Storage(old).data(), 1);
-            EXPECT_TRUE(holds(body, 2, 1));
-            Storage const untouched(lent);
-            body.setNumberOfElements(4); // in a block of its own; it still calls itself external
-            EXPECT_TRUE(holds(body, 4, 1) && body.dataIsExternal() && body.getSIArray() != lent.data());
-            body.setValue(zeros);
-            EXPECT_EQ(lent, untouched);
-            body.setSIArray(lent.data());
-            EXPECT_EQ(sharing->getSIArray(), lent.data());
-            body.setSIArray(nullptr);
-            body.setNumberOfElements(5);
-            EXPECT_TRUE(holds(body, 5, 0));
-            body.setNumberOfElements(0);
-            EXPECT_EQ(body.getSIArrayInHex(), isComplex || !isFixed ? "Need to implement" : "");
+        Storage lent(old);
+        body.setSIArray(lent.data()); // two elements of it
+        EXPECT_TRUE(holds(body, 2, 2) && body.dataIsExternal() && body.getSIArray() == lent.data());
+        Body const copy(Factory::createNumberBody(&body)), sharing(Factory::createNumberBody(&body, share));
+        copy->setValue(zeros);
+        EXPECT_TRUE(holds(*copy, 2, 0) && copy->dataIsExternal() && lent == old);
+        sharing->setValue(zeros); // into the caller's array, for both
+        EXPECT_TRUE(holds(body, 2, 0) && lent.pattern(2 * step) == old.pattern(2 * step) &&
+                    sharing->useCount() == 2 && copy->useCount() == 1);
+        body.copyDataIntoSIArray(Storage(old).data(), 1);
+        Storage const untouched(lent);
+        body.setNumberOfElements(4); // in a block of its own; it still calls itself external
+        EXPECT_TRUE(holds(body, 4, 1) && body.dataIsExternal());
+        body.setValue(zeros);
+        EXPECT_EQ(lent, untouched);
+        body.setSIArray(lent.data());
+        EXPECT_EQ(sharing->getSIArray(), lent.data());
+        body.setSIArray(nullptr);
+        body.setNumberOfElements(5);
+        EXPECT_TRUE(holds(body, 5, 0));
+        body.setNumberOfElements(0);
+        EXPECT_EQ(body.getSIArrayInHex(), isComplex || !isFixed ? "Need to implement" : "");
+    }
+}
+
+TEST(NumberBodyFactory, HasNoBodyForBooleanAndUnknownModes)
+{
+    RecordingClient client;
+    double const one = 1.0;
+    for (int const mode : {4, 5, -1, INT_MAX}) {
+        Type const type = withMode(s(16), static_cast<fxpModeDataType>(mode));
+        void* const none = nullptr;
+        EXPECT_TRUE(!Factory::createNumberBody(&one, type, client, 1, nearest, saturate, false) &&
+                    !Factory::createNumberBody(&one, &one, type, client, 1, nearest, saturate) &&
+                    !Factory::createNumberBody(none, type, client, 1, nearest, saturate, true));
+        EXPECT_THROW(Factory::createNumberBody(&one, &one, type, client, ~0ULL, nearest, saturate),
+                     std::bad_alloc);
+        Held const held({s(16), {1}});
+        held->dataType().mode = type.mode;
+        EXPECT_TRUE(!Factory::createNumberBody(held.body()) &&
+                    !Factory::createNumberBody(held.body(), share));
+    }
+}
+
+TEST(NumberBodyFactory, CopiesFollowTheRecordAsItIsNow)
+{
+    for (int const bits : {5, 12, 20, 40})
+        for (Element const& ones : Elements{{-1}, {-1, -1}}) {
+            Held held({s(bits), ones});
+            held->dataType().setIsSigned(false);
+            EXPECT_EQ(held->getSIArrayValueUnsigned(), ~Chunk{0}) << "a signed body still";
+            for (Body const& copy : {Body(Factory::createNumberBody(held.body())),
+                                     Body(Factory::createNumberBody(held.body(), share))}) {
+                copy->setIndex(1);
+                EXPECT_EQ(copy->getSIArrayValueUnsigned(), ~Chunk{0} >> (64 - 8 * containerBytes(s(bits))))
+                    << bits;
+            }
         }
 }
 
