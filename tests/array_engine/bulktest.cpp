@@ -29,12 +29,18 @@ struct Case {
     std::vector<double> values{};
 };
 
-/// On arrays, and on elements `at`, `at` + 1 and so on of them; what it does not leave in the target comes
-/// `out`.
+/// What an operation works on: arrays, or elements `at`, `at` + 1 and so on of them. What it does not leave
+/// in the target comes `out`.
+struct Operands {
+    Number &t, &a, &b;
+    Case const& c;
+    std::size_t at;
+    Bytes& out;
+};
 struct Operation {
     enum { inPlace, ofReals, formed, product, quotient, ofBits, read } kind;
     char const* name;
-    std::function<void(Number&, Number&, Number&, Case const&, std::size_t at, Bytes& out)> run;
+    std::function<void(Operands const&)> run;
 };
 
 /// What a run has left and, at the first events, what the memory held.
@@ -61,23 +67,6 @@ void putWords(Random& random, bool mayBeWild, Type const& type, std::size_t part
         storage.put(i, patternOf(value, type));
     }
     std::memcpy(to, storage.data(), parts * containerBytes(type));
-}
-
-/// As many values as the target has parts, rarely or often about the ends of its range or special.
-std::vector<double> valuesFor(Case const& c, Random& random)
-{
-    static std::vector<double> const specials = specialDoubles();
-    int const rarity = random.pick(std::array{1, 10, 200});
-    std::vector<double> values(c.count * (c.isComplex ? 2 : 1));
-    for (double& value : values)
-        if (random.between(0, rarity) == 0)
-            value = random.coin() ? random.doubleNear(c.target) : random.pick(specials);
-        else
-            value = std::ldexp(random.between(1, 1 << 20) * c.target.slopeAdjustmentFactor,
-                               c.target.fixedExponent +
-                                   random.between(-20, std::max(-19, c.target.wordLength - 22))) +
-                    c.target.bias;
-    return values;
 }
 
 Case randomCase(Random& random, Operation const& operation)
@@ -148,7 +137,18 @@ Case randomCase(Random& random, Operation const& operation)
              c.count * (c.isComplex ? 2 : 1), &c.memory[0]);
     putWords(random, mayBeWild, c.a, c.count * (c.complexA ? 2 : 1), &c.memory[c.aAt]);
     if (c.bAt > c.aAt) putWords(random, mayBeWild, c.b, c.count * (c.complexB ? 2 : 1), &c.memory[c.bAt]);
-    if (operation.kind == Operation::ofReals) c.values = valuesFor(c, random);
+    static std::vector<double> const specials = specialDoubles();
+    int const rarity =
+        random.pick(std::array{1, 10, 200}); // of values about the ends of the range, or special
+    c.values.resize(operation.kind == Operation::ofReals ? c.count * (c.isComplex ? 2 : 1) : 0);
+    for (double& value : c.values)
+        if (random.between(0, rarity) == 0)
+            value = random.coin() ? random.doubleNear(c.target) : random.pick(specials);
+        else
+            value = std::ldexp(random.between(1, 1 << 20) * c.target.slopeAdjustmentFactor,
+                               c.target.fixedExponent +
+                                   random.between(-20, std::max(-19, c.target.wordLength - 22))) +
+                    c.target.bias;
     c.isShared = operation.kind == Operation::ofReals ? c.values.size() > 500
                                                       : operation.kind == Operation::inPlace && c.count > 500;
     c.throwAt =
@@ -156,32 +156,16 @@ Case randomCase(Random& random, Operation const& operation)
     return c;
 }
 
-template <class T>
-T* wordsOf(Number const& number)
+/// Around words, with another sign in the record than they have if it `flips`.
+Number lentTo(bool flips, void* words, Type const& type, OrvexClientInterface& client, std::size_t count,
+              Modes modes, bool isComplex)
 {
-    return static_cast<T*>(const_cast<void*>(number.getSIArray()));
-}
-
-/// Gives the record another sign than the words have, or the same again.
-void flip(bool flips, Number& number)
-{
+    Number number(words, type, client, count, modes.rounding(), modes.overflow(), isComplex);
     if (flips) number.setIsSigned(!number.isSigned());
+    return number;
 }
 
-/// An array of one element, which lanes do not take, around element i.
-Number elementOf(Number const& array, std::size_t i, bool flips = false)
-{
-    Type type = array.getDataType();
-    if (flips) type.setIsSigned(!type.isSigned());
-    std::size_t const bytes = containerBytes(type) * (array.isComplex() ? 2 : 1);
-    void* const place = wordsOf<char>(array) + (array.isScalar() ? 0 : i) * bytes;
-    Number element(place, type, array.getFxpClient(), 1, array.getRoundMode(), array.getOverflowMode(),
-                   array.isComplex());
-    flip(flips, element);
-    return element;
-}
-
-/// At once, or element by element.
+/// At once, or element by element: as arrays of one element, which lanes do not take.
 Trace run(Case const& c, Operation const& operation, bool isAtOnce)
 {
     Trace trace{{}, {}, c.memory};
@@ -192,30 +176,30 @@ Trace run(Case const& c, Operation const& operation, bool isAtOnce)
     client.onEvent = [&](Event) {
         if (!c.isShared && trace.seen.size() < 10) trace.seen.push_back(trace.memory);
     };
-    OrvexClientInterface& told = c.isSilent ? static_cast<OrvexClientInterface&>(silent) : client;
-    auto const number = [&](std::size_t at, Type const& type, std::size_t count, bool isComplex) {
-        return Number(static_cast<void*>(&trace.memory[at]), type, told, count, c.modes.rounding(),
-                      c.modes.overflow(), isComplex);
+    auto const runAt = [&](std::size_t i, std::size_t count) {
+        auto const number = [&](std::size_t at, Type const& type, bool isScalar, bool isComplex, bool flips) {
+            std::size_t const bytes = containerBytes(type) * (isComplex ? 2 : 1);
+            OrvexClientInterface& told = c.isSilent ? static_cast<OrvexClientInterface&>(silent) : client;
+            return lentTo(flips, &trace.memory[at + (isScalar ? 0 : i * bytes)], type, told,
+                          isScalar ? 1 : count, c.modes, isComplex);
+        };
+        Number t = number(0, c.target, false, c.isComplex, false),
+               a = number(c.aAt, c.a, c.scalarA, c.complexA, c.flipsA),
+               b = number(c.bAt, c.b, c.scalarB, c.complexB, c.flipsB);
+        operation.run({t, a, b, c, i, trace.out});
     };
-    Number target = number(0, c.target, c.count, c.isComplex),
-           a = number(c.aAt, c.a, c.scalarA ? 1 : c.count, c.complexA),
-           b = number(c.bAt, c.b, c.scalarB ? 1 : c.count, c.complexB);
-    flip(c.flipsA, a), flip(c.flipsB, b);
     trace.text = printedBy([&] {
         try {
             if (isAtOnce)
                 tbb::task_arena(c.isAlone ? 1 : tbb::task_arena::automatic).execute([&] {
-                    operation.run(target, a, b, c, 0, trace.out);
+                    runAt(0, c.count);
                 });
-            for (std::size_t i = 0; i < c.count && !isAtOnce; ++i) {
-                Number t = elementOf(target, i), x = elementOf(a, i, c.flipsA), y = elementOf(b, i, c.flipsB);
-                operation.run(t, x, y, c, i, trace.out);
-            }
+            for (std::size_t i = 0; i < c.count && !isAtOnce; ++i) runAt(i, 1);
         } catch (RecordingClient::Thrown const&) {
             trace.out.clear();
         } catch (std::exception const& refused) { // a slope that no cast can have
-            char const* const text = refused.what();
-            trace.out.assign(text, text + std::strlen(text));
+            std::string const text = refused.what();
+            trace.out.assign(text.begin(), text.end());
         }
     });
     trace.events = client.events();
@@ -230,78 +214,68 @@ void append(Bytes& out, T const* from, std::size_t count)
 }
 void append(Bytes& out, Number const& result)
 {
-    append(out, wordsOf<char>(result),
+    append(out, static_cast<char const*>(result.getSIArray()),
            result.getNumberOfElements() * (result.isComplex() ? 2 : 1) *
                containerBytes(result.getDataType()));
 }
 
 /// A real source leaves the imaginary parts of a long array as they were.
-void assign(Number& t, Number&, Number& b, Case const& c, std::size_t at, Bytes&)
+void assign(Operands const& x)
 {
-    t.setIndex(t.getNumberOfElements() / 2);
-    Number::arrayEquals(t, b);
-    EXPECT_EQ(t.getIndex(), t.getNumberOfElements() / 2);
-    std::size_t const bytes = containerBytes(c.target);
-    if (t.isScalar() && c.count > 500 && c.isComplex && !c.complexB)
-        std::memcpy(wordsOf<char>(t) + bytes, &c.memory[(2 * at + 1) * bytes], bytes);
-}
-auto combines(Number (*run)(Number const&, Number const&))
-{
-    return [run](Number&, Number& a, Number& b, Case const&, std::size_t, Bytes& out) {
-        append(out, run(a, b));
-    };
+    auto const middle = x.t.getNumberOfElements() / 2;
+    x.t.setIndex(middle);
+    Number::arrayEquals(x.t, x.b);
+    EXPECT_EQ(x.t.getIndex(), middle);
+    std::size_t const bytes = containerBytes(x.c.target);
+    auto* const words = static_cast<unsigned char*>(const_cast<void*>(x.t.getSIArray()));
+    if (x.t.isScalar() && x.c.count > 500 && x.c.isComplex && !x.c.complexB)
+        std::memcpy(words + bytes, &x.c.memory[(2 * x.at + 1) * bytes], bytes);
 }
 /// In long arrays equality is that of stored integers at their exponents, whatever factor and bias are; and
 /// with a real number that of the real parts.
 auto compares(bool* (Number::*run)(Number const&, bool*) const)
 {
-    return [run](Number&, Number& a, Number& b, Case const& c, std::size_t, Bytes& out) {
-        std::unique_ptr<bool[]> const results(new bool[a.getNumberOfElements()]);
-        (a.*run)(b, results.get());
-        if (run == &Number::arrayIsEqual && a.isScalar() && c.count > 500) {
-            Element const x = elementAt(a, 0), y = elementAt(b, 0);
-            Rational const imag = y.size() == 2 ? radixValue(y[1], c.b) : Rational(0);
-            results[0] = radixValue(x[0], c.a) == radixValue(y[0], c.b) &&
-                         (x.size() == 1 || radixValue(x[1], c.a) == imag);
+    return [run](Operands const& o) {
+        std::unique_ptr<bool[]> const results((o.a.*run)(o.b, nullptr));
+        if (run == &Number::arrayIsEqual && o.a.isScalar() && o.c.count > 500) {
+            Element const x = elementAt(o.a, 0), y = elementAt(o.b, 0);
+            Rational const imag = y.size() == 2 ? radixValue(y[1], o.c.b) : Rational(0);
+            results[0] = radixValue(x[0], o.c.a) == radixValue(y[0], o.c.b) &&
+                         (x.size() == 1 || radixValue(x[1], o.c.a) == imag);
         }
-        append(out, results.get(), a.getNumberOfElements());
+        append(o.out, results.get(), o.a.getNumberOfElements());
     };
 }
 /// All elements at once, or one through its own getters.
 template <class T>
 auto reads(T* (Number::*all)(T*) const, double (Number::*real)() const, double (Number::*imag)() const)
 {
-    return [=](Number&, Number& a, Number&, Case const& c, std::size_t, Bytes& out) {
-        if (c.scalarB) a.setIsSigned(!a.isSigned()); // the words stay as they are
-        std::vector<T> values(a.getNumberOfElements() * (a.isComplex() ? 2 : 1));
-        if (!a.isScalar()) (a.*all)(values.data());
-        if (a.isScalar()) values[0] = static_cast<T>((a.*real)());
-        if (a.isScalar() && a.isComplex()) values[1] = static_cast<T>((a.*imag)());
-        append(out, values.data(), values.size());
+    return [=](Operands const& x) {
+        if (x.c.scalarB) x.a.setIsSigned(!x.a.isSigned()); // the words stay as they are
+        std::vector<T> values(x.a.getNumberOfElements() * (x.a.isComplex() ? 2 : 1));
+        if (!x.a.isScalar()) (x.a.*all)(values.data());
+        if (x.a.isScalar()) values[0] = static_cast<T>((x.a.*real)());
+        if (x.a.isScalar() && x.a.isComplex()) values[1] = static_cast<T>((x.a.*imag)());
+        append(x.out, values.data(), values.size());
     };
 }
 
-using N = Number&;
+using O = Operands const&;
 std::vector<Operation> const operations{
     {Operation::inPlace, "arrayEquals", assign},
-    {Operation::inPlace, "arrayPlusEquals", [](N t, N, N b, auto&, auto, auto&) { t.arrayPlusEquals(b); }},
+    {Operation::inPlace, "arrayPlusEquals", [](O x) { x.t.arrayPlusEquals(x.b); }},
     {Operation::ofReals, "setValue",
-     [](N t, N, N, auto& c, auto at, auto&) { t.setValue(&c.values[at * (t.isComplex() ? 2 : 1)]); }},
-    {Operation::formed, "arrayPlus",
-     [](N, N a, N b, auto& c, auto, auto& out) { append(out, Number::arrayPlus(a, b, c.target)); }},
-    {Operation::formed, "arrayMinus",
-     [](N, N a, N b, auto& c, auto, auto& out) { append(out, Number::arrayMinus(a, b, c.target)); }},
+     [](O x) { x.t.setValue(&x.c.values[x.at * (x.t.isComplex() ? 2 : 1)]); }},
+    {Operation::formed, "arrayPlus", [](O x) { append(x.out, Number::arrayPlus(x.a, x.b, x.c.target)); }},
+    {Operation::formed, "arrayMinus", [](O x) { append(x.out, Number::arrayMinus(x.a, x.b, x.c.target)); }},
     {Operation::product, "arrayTimes",
-     [](N, N a, N b, auto& c, auto, auto& out) {
-         append(out, Number::arrayTimes(a, b, c.product, c.target));
-     }},
+     [](O x) { append(x.out, Number::arrayTimes(x.a, x.b, x.c.product, x.c.target)); }},
     {Operation::quotient, "arrayDivide",
-     [](N, N a, N b, auto& c, auto, auto& out) { append(out, Number::arrayDivide(a, b, c.target)); }},
-    {Operation::ofBits, "arrayBitAnd", combines(&Number::arrayBitAnd)},
-    {Operation::ofBits, "arrayBitOr", combines(&Number::arrayBitOr)},
-    {Operation::ofBits, "arrayBitXor", combines(&Number::arrayBitXor)},
-    {Operation::ofBits, "arrayBitCmp",
-     [](N, N a, N, auto&, auto, auto& out) { append(out, Number::arrayBitCmp(a)); }},
+     [](O x) { append(x.out, Number::arrayDivide(x.a, x.b, x.c.target)); }},
+    {Operation::ofBits, "arrayBitAnd", [](O x) { append(x.out, Number::arrayBitAnd(x.a, x.b)); }},
+    {Operation::ofBits, "arrayBitOr", [](O x) { append(x.out, Number::arrayBitOr(x.a, x.b)); }},
+    {Operation::ofBits, "arrayBitXor", [](O x) { append(x.out, Number::arrayBitXor(x.a, x.b)); }},
+    {Operation::ofBits, "arrayBitCmp", [](O x) { append(x.out, Number::arrayBitCmp(x.a)); }},
     {Operation::read, "==", compares(&Number::arrayIsEqual)},
     {Operation::read, "!=", compares(&Number::arrayIsNotEqual)},
     {Operation::read, "<", compares(&Number::arrayIsLessThan)},
@@ -326,17 +300,11 @@ TEST(Bulk, LeavesAndTellsWhatElementsByThemselvesDo)
         if (c.isShared) std::ranges::sort(wanted.events), std::ranges::sort(got.events);
         ASSERT_TRUE(wanted.events == got.events && wanted.memory == got.memory && wanted.out == got.out &&
                     wanted.text == got.text && (wanted.seen == got.seen || c.isShared))
-            << operation.name << " case " << round << c.modes << "\n"
-            << c.target << "\n"
-            << c.a << "\n"
-            << c.b << "\n"
-            << c.product << "\n"
-            << c.count << (c.isComplex ? " complex" : "") << (c.complexA ? " complex a" : "")
-            << (c.complexB ? " complex b" : "") << (c.scalarA ? " scalar a" : "")
-            << (c.scalarB ? " scalar b" : "") << (c.flipsA ? " flipped a" : "")
-            << (c.flipsB ? " flipped b" : "") << (c.isSilent ? " silent" : "") << " at " << c.bAt
-            << ", events " << wanted.events.size() << " and " << got.events.size() << ", words "
-            << (wanted.memory == got.memory && wanted.out == got.out ? "same" : "differ");
+            << operation.name << " case " << round << c.modes << ' ' << c.count << "\n"
+            << c.target << (c.isComplex ? " complex\n" : "\n") << c.a << (c.complexA ? " complex" : "")
+            << (c.scalarA ? " scalar\n" : "\n") << c.b << (c.complexB ? " complex" : "")
+            << (c.scalarB ? " scalar\n" : "\n") << c.product << "\n"
+            << testing::PrintToString(wanted.events) << " and " << testing::PrintToString(got.events);
     }
 }
 
@@ -390,37 +358,37 @@ TEST(Bulk, ThrowingHookReachesTheCallerAndEveryElementIsOldOrNew)
             Elements const after = elementsOf(target);
             auto const kept = std::ranges::count(after, Element{3}),
                        changed = std::ranges::count(after, Element{maxStored(to)});
-            EXPECT_TRUE(kept + changed == 4000 && kept > 0 && changed > 5)
-                << kept << ' ' << changed; // the rest was cancelled
-            EXPECT_EQ(changed, std::ssize(client.events()));
+            EXPECT_TRUE(kept + changed == 4000 && kept > 0 && changed > 5 && // the rest was cancelled
+                        changed == std::ssize(client.events()))
+                << kept << ' ' << changed;
         }
 }
 
 TEST(Bulk, BodiesTakeAnyCount)
 {
-    for (unsigned long long const count : {0U, 1U, 3U})
-        for (std::size_t const targets : {1U, 3U})
-            for (std::size_t const sources : {1U, 3U}) {
-                RecordingClient client;
-                Storage to = storageOf(s(8), Elements(targets, {9})),
-                        from = storageOf(u(70), sources == 1 ? Elements{{1}} : Elements{{1}, {300}, {3}});
-                auto const body = [&](Storage& storage, Type const& type) {
-                    return std::unique_ptr<NumberBody>(NumberBodyFactory::createNumberBody(
-                        storage.data(), type, client, storage.parts(), fxpModeRoundingFloor,
-                        fxpModeOverflowSaturate, false));
-                };
-                auto const target = body(to, s(8)), source = body(from, u(70));
-                target->setIndex(2), source->setIndex(2); // of no meaning here
-                std::array<bool, 3> out{true, true, true};
-                target->arrayCompareParallel(source.get(), out.data(), count);
-                target->arrayAssignParallel(source.get(), count);
-                Elements want(targets, {9});
-                for (std::size_t k = 0; k < count; ++k)
-                    want[k % targets] = {sources == 1 || k == 0 ? 1 : k == 1 ? 127 : 3};
-                EXPECT_EQ(to, storageOf(s(8), want)) << count;
-                EXPECT_EQ(out, (std::array<bool, 3>{count < 1, count < 2, count < 3}));
-                EXPECT_EQ(client.events(), Events(count == 3 && sources == 3, Event::saturationToMax));
-            }
+    for (std::size_t i = 0; i < 12; ++i) {
+        std::size_t const count = i / 4 == 2 ? 3 : i / 4, targets = i % 2 * 2 + 1,
+                          sources = i / 2 % 2 * 2 + 1;
+        RecordingClient client;
+        Storage to = storageOf(s(8), Elements(targets, {9})),
+                from = storageOf(u(70), sources == 1 ? Elements{{1}} : Elements{{1}, {300}, {3}});
+        auto const body = [&](Storage& storage, Type const& type) {
+            std::unique_ptr<NumberBody> it(
+                NumberBodyFactory::createNumberBody(storage.data(), type, client, storage.parts(),
+                                                    fxpModeRoundingFloor, fxpModeOverflowSaturate, false));
+            it->setIndex(2); // of no meaning here
+            return it;
+        };
+        auto const target = body(to, s(8)), source = body(from, u(70));
+        std::array<bool, 3> out{true, true, true};
+        target->arrayCompareParallel(source.get(), out.data(), count);
+        target->arrayAssignParallel(source.get(), count);
+        Elements want(targets, {9});
+        for (std::size_t k = 0; k < count; ++k)
+            want[k % targets] = {sources == 1 || k == 0 ? 1 : k == 1 ? 127 : 3};
+        EXPECT_TRUE(to == storageOf(s(8), want) && out == (std::array{count < 1, count < 2, count < 3})) << i;
+        EXPECT_EQ(client.events(), Events(count == 3 && sources == 3, Event::saturationToMax));
+    }
 }
 
 } // namespace
