@@ -156,15 +156,6 @@ Case randomCase(Random& random, Operation const& operation)
     return c;
 }
 
-/// Around words, with another sign in the record than they have if it `flips`.
-Number lentTo(bool flips, void* words, Type const& type, OrvexClientInterface& client, std::size_t count,
-              Modes modes, bool isComplex)
-{
-    Number number(words, type, client, count, modes.rounding(), modes.overflow(), isComplex);
-    if (flips) number.setIsSigned(!number.isSigned());
-    return number;
-}
-
 /// At once, or element by element: as arrays of one element, which lanes do not take.
 Trace run(Case const& c, Operation const& operation, bool isAtOnce)
 {
@@ -180,8 +171,10 @@ Trace run(Case const& c, Operation const& operation, bool isAtOnce)
         auto const number = [&](std::size_t at, Type const& type, bool isScalar, bool isComplex, bool flips) {
             std::size_t const bytes = containerBytes(type) * (isComplex ? 2 : 1);
             OrvexClientInterface& told = c.isSilent ? static_cast<OrvexClientInterface&>(silent) : client;
-            return lentTo(flips, &trace.memory[at + (isScalar ? 0 : i * bytes)], type, told,
-                          isScalar ? 1 : count, c.modes, isComplex);
+            Number it(static_cast<void*>(&trace.memory[at + (isScalar ? 0 : i * bytes)]), type, told,
+                      isScalar ? 1 : count, c.modes.rounding(), c.modes.overflow(), isComplex);
+            if (flips) it.setIsSigned(!type.isSigned());
+            return it;
         };
         Number t = number(0, c.target, false, c.isComplex, false),
                a = number(c.aAt, c.a, c.scalarA, c.complexA, c.flipsA),
@@ -276,6 +269,10 @@ std::vector<Operation> const operations{
     {Operation::ofBits, "arrayBitOr", [](O x) { append(x.out, Number::arrayBitOr(x.a, x.b)); }},
     {Operation::ofBits, "arrayBitXor", [](O x) { append(x.out, Number::arrayBitXor(x.a, x.b)); }},
     {Operation::ofBits, "arrayBitCmp", [](O x) { append(x.out, Number::arrayBitCmp(x.a)); }},
+    {Operation::inPlace, "arrayBitShiftRightArith", [](O x) { x.t.arrayBitShiftRightArith(3); }},
+    {Operation::inPlace, "arrayBitShiftRightLogical", [](O x) { x.t.arrayBitShiftRightLogical(3); }},
+    {Operation::inPlace, "arrayBitShiftLeftLogical", [](O x) { x.t.arrayBitShiftLeftLogical(3); }},
+    {Operation::inPlace, "arrayBitShiftArith", [](O x) { x.t.arrayBitShiftArith(3); }},
     {Operation::read, "==", compares(&Number::arrayIsEqual)},
     {Operation::read, "!=", compares(&Number::arrayIsNotEqual)},
     {Operation::read, "<", compares(&Number::arrayIsLessThan)},
@@ -362,33 +359,6 @@ TEST(Bulk, ThrowingHookReachesTheCallerAndEveryElementIsOldOrNew)
                         changed == std::ssize(client.events()))
                 << kept << ' ' << changed;
         }
-}
-
-TEST(Bulk, BodiesTakeAnyCount)
-{
-    for (std::size_t i = 0; i < 12; ++i) {
-        std::size_t const count = i / 4 == 2 ? 3 : i / 4, targets = i % 2 * 2 + 1,
-                          sources = i / 2 % 2 * 2 + 1;
-        RecordingClient client;
-        Storage to = storageOf(s(8), Elements(targets, {9})),
-                from = storageOf(u(70), sources == 1 ? Elements{{1}} : Elements{{1}, {300}, {3}});
-        auto const body = [&](Storage& storage, Type const& type) {
-            std::unique_ptr<NumberBody> it(
-                NumberBodyFactory::createNumberBody(storage.data(), type, client, storage.parts(),
-                                                    fxpModeRoundingFloor, fxpModeOverflowSaturate, false));
-            it->setIndex(2); // of no meaning here
-            return it;
-        };
-        auto const target = body(to, s(8)), source = body(from, u(70));
-        std::array<bool, 3> out{true, true, true};
-        target->arrayCompareParallel(source.get(), out.data(), count);
-        target->arrayAssignParallel(source.get(), count);
-        Elements want(targets, {9});
-        for (std::size_t k = 0; k < count; ++k)
-            want[k % targets] = {sources == 1 || k == 0 ? 1 : k == 1 ? 127 : 3};
-        EXPECT_TRUE(to == storageOf(s(8), want) && out == (std::array{count < 1, count < 2, count < 3})) << i;
-        EXPECT_EQ(client.events(), Events(count == 3 && sources == 3, Event::saturationToMax));
-    }
 }
 
 } // namespace

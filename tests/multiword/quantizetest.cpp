@@ -15,6 +15,7 @@ TEST(Quantize, AgreesWithRationals)
 {
     checkStore(0.3, s(8), 0, 0);      // what the test framework takes once it keeps
     long const before = liveBlocks(); // hooks throw all along, and nothing may leak
+    long made = 0;                    // up to 128 bits
     Random random(7);
     for (int i = 0; i < 30000; ++i) {
         // Exponents far outside the word, no scaling at all, and quotients beyond a double.
@@ -32,9 +33,14 @@ TEST(Quantize, AgreesWithRationals)
                 random.pick(std::array{1.0, 1.5, 1.1, -1.25, 3.0, 0.0, infinity, nan, 5e-324});
             type.bias = random.pick(std::array{0.0, 0.5, -3.7, value, 1e300, -1e308, infinity, nan});
         }
-        ASSERT_NO_FATAL_FAILURE(checkStore(value, type, random.between(-1, 7), random.between(-1, 1)));
+        int const round = random.between(-1, 7), sat = random.between(-1, 1);
+        ASSERT_NO_FATAL_FAILURE(checkStore(value, type, round, sat));
+        if (type.wordLength > 128) continue;
+        made -= allocationsMade();
+        ORVEX::mpr_quantize(ORVEX::client::nullClient(), value, type, round, sat);
+        made += allocationsMade();
     }
-    EXPECT_EQ(liveBlocks(), before);
+    EXPECT_TRUE(liveBlocks() == before && made == 0) << made;
 }
 
 /// Of the other modes of a type: what is read back of one that stores what this one reads.
@@ -63,21 +69,6 @@ TEST(Quantize, OtherModesOfType)
             EXPECT_TRUE(mode == 17 || client.events() == (mode == 1 ? outcome.events : Events{}));
         }
     }
-}
-
-TEST(Quantize, AllocatesNothingUpTo128Bits)
-{
-    std::vector<double> const values = specialDoubles();
-    std::vector<Type> types = seamTypes(-3);
-    std::erase_if(types, [](Type const& type) { return type.wordLength > 128; });
-    double sum = 0.0;
-    long const before = allocationsMade();
-    for (Type const& type : types)
-        for (double const value : values)
-            for (auto const round : allRoundings)
-                for (int const sat : bothOverflows)
-                    sum += ORVEX::mpr_quantize(ORVEX::client::nullClient(), value, type, round, sat);
-    EXPECT_EQ(allocationsMade(), before) << sum;
 }
 
 } // namespace

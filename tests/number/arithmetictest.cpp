@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace
 {
 using namespace orvextest;
@@ -13,25 +15,16 @@ using ORVEX::text::readType;
 
 constexpr Modes nearestSat{fxpModeRoundingNearest, 1};
 
-TEST(Arithmetic, SmallWidthsExhaustively)
-{
-    Random random(31);
-    for (int i = 0; i < 256; ++i) { // every pair of widths and signs with four differences of exponents
-        Type const a = fixedType((i & 1) != 0, 1 + i / 4 % 4, i / 64 - 2);
-        Type const b = fixedType((i & 2) != 0, 1 + i / 16 % 4, random.between(-1, 1));
-        ASSERT_NO_FATAL_FAILURE(
-            checkArithmetic(a, valuesOf(a, random, false), b, valuesOf(b, random, false), random));
-    }
-}
-
-TEST(Arithmetic, RandomTypesRealAndComplex)
+TEST(Arithmetic, AllPairsOfFewBitsAndManyOfMore)
 {
     Random random(32);
-    for (int i = 0; i < 150; ++i) {
-        int const bits = random.pick(std::array{6, 16, 64, 64, 130});
+    for (int i = 0; i < 400; ++i) {
+        int const bits = random.pick(std::array{4, 4, 4, 16, 64, 130});
         Type const a = random.radixType(bits, -bits / 2, bits / 3);
         Type const b = random.coin() ? a : random.radixType(bits, -bits / 2, bits / 3);
-        Elements const as = valuesOf(a, random, random.coin(), 6), bs = valuesOf(b, random, random.coin(), 6);
+        bool const isComplex = bits > 4 && random.coin();
+        Elements const as = valuesOf(a, random, isComplex && random.coin(), bits > 4 ? 6 : 16),
+                       bs = valuesOf(b, random, isComplex, bits > 4 ? 6 : 16);
         ASSERT_NO_FATAL_FAILURE(checkArithmetic(a, as, b, bs, random));
     }
 }
@@ -63,61 +56,58 @@ TEST(Arithmetic, OutputTypesAndTheirCaches)
     Type none;
     ORVEX::createBadFxpDtpProp(&none);
     struct Cache {
-        Type key{}, held{}, user{}; ///< user is none where the type is not the user's
-    };
-    for (int round = 0; round < 40; ++round) {
-        Number a = numberOf(s(8, -2), {{1, 1}}, client);
-        Cache plus{none, none, none}, times = plus;
-        Type out = none;
-        auto const typeOf = [&](Cache& cache, Type const& other, Type const& full) {
-            if (!(cache.user == none)) return cache.user;
-            if (!(cache.key == other) || cache.held == none) cache = {other, full, none};
-            return cache.held;
-        };
-        for (int step = 0; step < 30; ++step) {
-            int const what = random.between(0, 12);
-            SCOPED_TRACE(what);
-            Number const b = numberOf(random.pick(others), {{2, 2}}, client);
-            Type const &A = a.getDataType(), &B = b.getDataType(), full = sumRule(A, B);
-            auto const outOr = [&](Type const& type) { return out == none ? type : out; };
-            switch (what) {
-            case 0: EXPECT_EQ((a + b).getDataType(), outOr(typeOf(plus, B, full))); break;
-            case 1: EXPECT_EQ((a - b).getDataType(), outOr(typeOf(plus, B, full))); break;
-            case 2: EXPECT_EQ(Number::arrayMinus(a, b).getDataType(), typeOf(plus, B, full)); break;
-            case 3: EXPECT_EQ(Number::arrayPlus(a, b).getDataType(), full); break;
-            case 4: {
-                Type const product = typeOf(times, B, productRule(A, B));
-                EXPECT_EQ((a * b).getDataType(),
-                          outOr(plus.user == none ? sumRule(product, product) : plus.user));
-                break;
-            }
-            case 5:
-                EXPECT_EQ(Number::arrayTimes(a, b).getDataType(),
-                          sumRule(productRule(A, B), productRule(A, B)));
-                break;
-            case 6: a.setFractionLength(random.between(0, 7)); break; // this type is no part of the key
-            case 7: a.setDataTypeForNonAssignmentOpPlus(P), plus.user = P; break;
-            case 8: a.setDataTypeForNonAssignmentOpTimes(P), times.user = P; break;
-            case 9: a.setDataTypeForBinaryOpOutput(O), out = O; break;
-            case 10: a.resetDataTypeForNonAssignmentOpPlus(), plus.held = plus.user = none; break;
-            case 11: a.resetDataTypeForNonAssignmentOpTimes(), times.held = times.user = none; break;
-            default: a.resetDataTypeForBinaryOpOutput(), out = none;
-            }
-            Number const twin(a, NumberUtils::copyIndexOnly), copy = a;
-            for (Number const* const it : {&std::as_const(a), &twin}) {
-                EXPECT_EQ(it->getDataTypeForNonAssignmentOpPlus(), plus.user == none ? plus.held : plus.user);
-                EXPECT_EQ(it->getDataTypeForNonAssignmentOpTimes(),
-                          times.user == none ? times.held : times.user);
-                EXPECT_EQ(it->getDataTypeForBinaryOpOutput(), out);
-                EXPECT_TRUE(it->isDataTypeForNonAssignmentOpPlusUserSpecified() != (plus.user == none) &&
-                            it->isDataTypeForNonAssignmentOpTimesUserSpecified() != (times.user == none) &&
-                            it->isDataTypeForBinaryOpOutputUserSpecified() != (out == none));
-            }
-            EXPECT_TRUE(copy.getDataTypeForNonAssignmentOpPlus() == none &&
-                        copy.getDataTypeForNonAssignmentOpTimes() == none &&
-                        copy.getDataTypeForBinaryOpOutput() == none);
-            ASSERT_FALSE(HasFailure());
+        Type const none;
+        Type key = none, held = none, user = none; ///< user is none where the type is not the user's
+        Type of(Type const& other, Type const& full)
+        {
+            if (!(user == none)) return user;
+            if (!(key == other) || held == none) key = other, held = full;
+            return held;
         }
+        Type told() const { return user == none ? held : user; }
+    };
+    auto const toldBy = [](Number const& it) {
+        return std::tuple(it.getDataTypeForNonAssignmentOpPlus(), it.getDataTypeForNonAssignmentOpTimes(),
+                          it.getDataTypeForBinaryOpOutput(),
+                          it.isDataTypeForNonAssignmentOpPlusUserSpecified(),
+                          it.isDataTypeForNonAssignmentOpTimesUserSpecified(),
+                          it.isDataTypeForBinaryOpOutputUserSpecified());
+    };
+    Number a = numberOf(s(8, -2), {{1, 1}}, client);
+    Cache plus{none}, times{none};
+    Type out = none;
+    for (int step = 0; step < 2000 && !HasFailure(); ++step) {
+        int const what = random.between(0, 12);
+        SCOPED_TRACE(what);
+        Number const b = numberOf(random.pick(others), {{2, 2}}, client);
+        Type const &A = a.getDataType(), &B = b.getDataType(), full = sumRule(A, B),
+                   product = productRule(A, B);
+        auto const expect = [&](Number const& got, Type const& type, bool hasOut) {
+            EXPECT_EQ(got.getDataType(), hasOut && !(out == none) ? out : type);
+        };
+        switch (what) {
+        case 0: expect(a + b, plus.of(B, full), true); break;
+        case 1: expect(a - b, plus.of(B, full), true); break;
+        case 2: expect(Number::arrayMinus(a, b), plus.of(B, full), false); break;
+        case 3: expect(Number::arrayPlus(a, b), full, false); break;
+        case 4: {
+            Type const each = times.of(B, product);
+            expect(a * b, plus.user == none ? sumRule(each, each) : plus.user, true);
+            break;
+        }
+        case 5: expect(Number::arrayTimes(a, b), sumRule(product, product), false); break;
+        case 6: a.setFractionLength(random.between(0, 7)); break; // this type is no part of the key
+        case 7: a.setDataTypeForNonAssignmentOpPlus(P), plus.user = P; break;
+        case 8: a.setDataTypeForNonAssignmentOpTimes(P), times.user = P; break;
+        case 9: a.setDataTypeForBinaryOpOutput(O), out = O; break;
+        case 10: a.resetDataTypeForNonAssignmentOpPlus(), plus.held = plus.user = none; break;
+        case 11: a.resetDataTypeForNonAssignmentOpTimes(), times.held = times.user = none; break;
+        default: a.resetDataTypeForBinaryOpOutput(), out = none;
+        }
+        std::tuple const want(plus.told(), times.told(), out, !(plus.user == none), !(times.user == none),
+                              !(out == none));
+        EXPECT_TRUE(toldBy(a) == want && toldBy(Number(a, NumberUtils::copyIndexOnly)) == want &&
+                    toldBy(Number(a)) == std::tuple(none, none, none, false, false, false));
     }
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <functional>
 #include <iterator>
 
 namespace
@@ -13,47 +14,38 @@ using Type = fxpDataTypeProp;
 
 std::string const outOfRange = Orvex::number::bitIndexOutOfRange().identifier();
 
-/// Bodies know how to shift; here it is which way, by how many, and which elements.
-TEST(Bits, ShiftsByAnyCount)
+/// Which way, and which elements: -100 and 100 by one bit or by all, scalar forms at element 1.
+TEST(Bits, Shifts)
 {
-    constexpr auto applyTo = [](auto& it, int op, int count, auto right, auto rightLogical, auto left,
-                                auto bySign) {
-        unsigned const n = static_cast<unsigned>(count);
-        op > 0 ? (it.*(op == 1 ? right : op == 2 ? rightLogical : left))(n) : (it.*bySign)(count);
+    RecordingClient client;
+    using N = Number;
+    struct Row {
+        std::function<void(N&, unsigned)> scalar, array;
+        Elements byOne, byAll;
     };
-    Random random(51);
-    for (Type const& type : seamTypes(-3))
-        for (int const count : {0, 1, 2, type.wordLength, 63, 64, 1000, INT_MAX, INT_MIN, -1, -2})
-            for (int op = count == 0 ? 1 : 0; op < 4; ++op) {
-                Elements const elements = valuesOf(type, random, random.coin(), 8);
-                Modes const modes{0, random.between(0, 1)};
-                SCOPED_TRACE(testing::Message() << type << modes << op << " by " << count);
-                RecordingClient client, oneByOne;
-                Number x = numberOf(type, elements, client, modes),
-                       y = numberOf(type, elements, oneByOne, modes);
-                Elements want;
-                Events events;
-                for (std::size_t i = 0; i < elements.size(); ++i) {
-                    Model e({type, elements[i]}, modes);
-                    if (op > 0 || count > INT_MIN) // the other way round
-                        applyTo(e, op, op > 0 ? count : -count, &Model::shiftRight, &Model::shiftRightLogical,
-                                &Model::shiftLeft, &Model::shiftBySign);
-                    else
-                        e.shiftRight(0U - static_cast<unsigned>(count));
-                    want.push_back(e.now);
-                    events.insert(events.end(), e.events.begin(), e.events.end());
-                    y.setIndex(i);
-                    applyTo(y, op, count, &Number::bitShiftRightArith, &Number::bitShiftRightLogical,
-                            &Number::bitShiftLeftLogical, &Number::bitShiftArith);
-                }
-                applyTo(x, op, count, &Number::arrayBitShiftRightArith, &Number::arrayBitShiftRightLogical,
-                        &Number::arrayBitShiftLeftLogical, &Number::arrayBitShiftArith);
-                ASSERT_TRUE(elementsOf(x) == want && client.events() == events &&
-                            x.getIndex() == (count == 0 ? 0 : elements.size() - 1))
-                    << testing::PrintToString(elementsOf(x)) << " instead of "
-                    << testing::PrintToString(want);
-                ASSERT_TRUE(elementsOf(y) == want && oneByOne.events() == events);
-            }
+    constexpr auto arith = &N::bitShiftArith, arrayArith = &N::arrayBitShiftArith; // to the left
+    Row const rows[] = {{&N::bitShiftRightArith, &N::arrayBitShiftRightArith, {{-50}, {50}}, {{-1}, {0}}},
+                        {&N::bitShiftRightLogical, &N::arrayBitShiftRightLogical, {{78}, {50}}, {{0}, {0}}},
+                        {&N::bitShiftLeftLogical, &N::arrayBitShiftLeftLogical, {{56}, {-56}}, {{0}, {0}}},
+                        {[=](N& x, unsigned n) { (x.*arith)(static_cast<int>(n)); },
+                         [=](N& x, unsigned n) { (x.*arrayArith)(static_cast<int>(n)); },
+                         {{-128}, {127}},
+                         {{-128}, {127}}},
+                        {[=](N& x, unsigned n) { (x.*arith)(-static_cast<int>(n)); },
+                         [=](N& x, unsigned n) { (x.*arrayArith)(-static_cast<int>(n)); },
+                         {{-50}, {50}},
+                         {{-1}, {0}}}};
+    for (Row const& row : rows)
+        for (unsigned const n : {0U, 1U, 1000U}) {
+            SCOPED_TRACE(testing::Message() << &row - rows << " by " << n);
+            Elements const before{{-100}, {100}}, want = n == 0 ? before : n == 1 ? row.byOne : row.byAll;
+            Number x = numberOf(s(8), before, client, {0, 1}), y = x;
+            if (n != 0 || &row - rows < 3) row.array(x, n);
+            EXPECT_TRUE(elementsOf(x) == want && x.getIndex() == (n == 0 ? 0 : 1));
+            y.setIndex(1);
+            row.scalar(y, n);
+            EXPECT_EQ(elementsOf(y), (Elements{before[0], want[1]}));
+        }
 }
 
 TEST(Bits, LogicTakesContainersAsTheyAre)
@@ -83,19 +75,18 @@ TEST(Bits, SingleBits)
         EXPECT_TRUE(elementsOf(x.arrayGetLSB()) == low && x.getIndex() == last &&
                     elementsOf(x.arrayGetMSB()) == high && elementsOf(x.getLSB())[0] == low[last] &&
                     elementsOf(x.getMSB())[0] == high[last]);
-        for (int const bit : {1, random.between(1, W), W}) {
-            Model want({type, elementAt(x, last)}, {});
-            EXPECT_EQ(elementsOf(x.bitGet(bit)), (Elements{{bitAt(want.now[0], bit - 1)}}));
-            want.setBit(bit, random.coin());
-            x.bitSet(bit, bitAt(want.now[0], bit - 1));
-            EXPECT_EQ(elementAt(x, last), want.now) << type << bit;
-        }
-        for (int const bit : {INT_MIN, -1, 0, W + 1, INT_MAX})
-            EXPECT_TRUE(thrownBy([&] { x.bitGet(bit); }) == outOfRange &&
-                        thrownBy([&] { x.bitSet(bit, true); }) == outOfRange);
-        for (Number const& bit : {x.getMSB(), x.arrayGetMSB(), x.arrayBitGet({1})})
-            EXPECT_TRUE(bit.getDataType() == u(1) && bit.getRoundMode() == fxpModeRoundingNearest &&
-                        bit.getOverflowMode() == fxpModeOverflowSaturate && &bit.getFxpClient() == &client);
+        int const bit = random.between(1, W);
+        Model want({type, elementAt(x, last)}, {});
+        EXPECT_EQ(elementsOf(x.bitGet(bit)), (Elements{{bitAt(want.now[0], bit - 1)}}));
+        want.setBit(bit, !bitAt(want.now[0], bit - 1));
+        x.bitSet(bit, bitAt(want.now[0], bit - 1));
+        EXPECT_EQ(elementAt(x, last), want.now) << type << bit;
+        for (int const off : {INT_MIN, -1, 0, W + 1, INT_MAX})
+            EXPECT_TRUE(thrownBy([&] { x.bitGet(off); }) == outOfRange &&
+                        thrownBy([&] { x.bitSet(off, true); }) == outOfRange);
+        for (Number const& got : {x.getMSB(), x.arrayGetMSB(), x.arrayBitGet({1})})
+            EXPECT_TRUE(got.getDataType() == u(1) && got.getRoundMode() == fxpModeRoundingNearest &&
+                        got.getOverflowMode() == fxpModeOverflowSaturate && &got.getFxpClient() == &client);
     }
     EXPECT_EQ(client.events(), Events{});
     Number x = numberOf(s(8), {{-1, -1}, {-1, -1}}, client);

@@ -348,12 +348,20 @@ TEST(FixedBodies, BooleanRecordInTheUnsigned8BitBody)
         held->assignDouble(&value);
         EXPECT_EQ(held->getSIArrayValueUnsigned(), value != 0.0) << value;
     }
-    for (Type const& type : seamTypes(-2))
-        for (Int const& value : {Int(0), minStored(type), maxStored(type)}) {
-            held->assignNumber(Held({type, {value}}).body());
-            EXPECT_EQ(held->getSIArrayValueUnsigned(), value != 0) << type << value;
-        }
+    for (int const value : {0, 1, -100}) {
+        held->assignNumber(Held({s(100, -2), {value}}).body());
+        EXPECT_EQ(held->getSIArrayValueUnsigned(), value != 0) << value;
+    }
     EXPECT_TRUE(held.client.events().empty() && held.isAloneTouched());
+}
+
+TEST(FixedBodies, LimitsOfWordsWithoutBits)
+{
+    for (Type const& type : {s(0), u(-3)})
+        for (auto const& [run, limit] : {std::pair(&N::setMaxRWValue, 0xFF), std::pair(&N::setMinRWValue, 0),
+                                         std::pair(&N::setMinPositiveRWValue, 1)})
+            checkOperation("limit", {type, {7}}, {}, {}, {{type, {inContainer(Int(limit), type)}}}, "",
+                           std::mem_fn(run));
 }
 
 /// Nothing is read beyond the storage, whatever the record has become.

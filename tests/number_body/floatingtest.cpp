@@ -155,15 +155,6 @@ TEST(ScaledDouble, StoresInUnitsUnquantizedAndReadsBack)
         }
 }
 
-TEST(ScaledDouble, IsADoubleWhereItsRecordSaysSo)
-{
-    Held held(raw(scaled16, 2.0));
-    held->dataType().mode = fxpModeDataTypeDouble;
-    double const half = 0x1p-60;
-    held->assignDouble(&half);
-    EXPECT_TRUE(held->getRWDoubleValue() == half && held.client.events().empty());
-}
-
 /// Up to 2^62, above alone, stored doubles are signed integers of 64 bits; beyond they go through the bits of
 /// the type, the other first. So does a logical shift, whatever the value is.
 TEST(ScaledDouble, BitsOfIntegersAndOfTheType)

@@ -120,11 +120,6 @@ inline void checkArithmetic(Type const& aType, Elements const& as, Type const& b
         compare("- scalar", x - y, sums, sum(-1), out);
         compare("* scalar", x * y, E, product(products, true), out);
         compare("/ scalar", Number::divide(x, y, D), D, quotient(isComplex));
-        Number c = numberOf(aType, {aPairs[first]}, client, modes), d = c, e = c;
-        compare("+= scalar", c += y, aType, inPlace(1));
-        compare("-= scalar", d -= y, aType, inPlace(-1));
-        if (!x.isComplex())
-            compare("*= scalar", e *= y, aType, [](Model& m, V a, V b) { m.now = a.parts, m.times(b); });
         ASSERT_TRUE(x.getIndex() == first && y.getIndex() == first && silent.events().empty());
     }
 }

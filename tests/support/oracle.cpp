@@ -10,13 +10,6 @@ namespace orvextest
 /// Exponents beyond this make no difference.
 constexpr long long far = 10000;
 
-std::ostream& operator<<(std::ostream& out, Outcome const& outcome)
-{
-    out << outcome.stored << " [";
-    for (Event const event : outcome.events) out << ' ' << event;
-    return out << " ]";
-}
-
 Rational scaled(Int const& value, long long exponent)
 {
     Int const power = Int(1) << static_cast<unsigned>(std::abs(exponent));

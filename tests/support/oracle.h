@@ -20,10 +20,7 @@ using Rational = boost::multiprecision::cpp_rational;
 struct Outcome {
     Int stored;
     Events events;
-    bool operator==(Outcome const& other) const { return stored == other.stored && events == other.events; }
 };
-std::ostream& operator<<(std::ostream& out, Outcome const& outcome);
-
 // Exact values
 
 Rational scaled(Int const& value, long long exponent);   ///< value * 2^exponent
