@@ -10,7 +10,6 @@
 namespace
 {
 using namespace orvextest;
-using Type = fxpDataTypeProp;
 
 std::string const outOfRange = Orvex::number::bitIndexOutOfRange().identifier();
 

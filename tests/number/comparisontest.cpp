@@ -8,7 +8,6 @@
 namespace
 {
 using namespace orvextest;
-using Type = fxpDataTypeProp;
 using ORVEX::text::readType;
 
 /// Stored integers of a fixed type, the parts of a complex one with a comma between, or the double of

@@ -304,25 +304,6 @@ TEST(BodyStorage, GrownLentAndCopied)
     }
 }
 
-TEST(NumberBodyFactory, HasNoBodyForBooleanAndUnknownModes)
-{
-    RecordingClient client;
-    double const one = 1.0;
-    for (int const mode : {4, 5, -1, INT_MAX}) {
-        Type const type = withMode(s(16), static_cast<fxpModeDataType>(mode));
-        void* const none = nullptr;
-        EXPECT_TRUE(!Factory::createNumberBody(&one, type, client, 1, nearest, saturate, false) &&
-                    !Factory::createNumberBody(&one, &one, type, client, 1, nearest, saturate) &&
-                    !Factory::createNumberBody(none, type, client, 1, nearest, saturate, true));
-        EXPECT_THROW(Factory::createNumberBody(&one, &one, type, client, ~0ULL, nearest, saturate),
-                     std::bad_alloc);
-        Held const held({s(16), {1}});
-        held->dataType().mode = type.mode;
-        EXPECT_TRUE(!Factory::createNumberBody(held.body()) &&
-                    !Factory::createNumberBody(held.body(), share));
-    }
-}
-
 TEST(NumberBodyFactory, CopiesFollowTheRecordAsItIsNow)
 {
     for (int const bits : {5, 12, 20, 40})

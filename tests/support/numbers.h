@@ -1,13 +1,17 @@
 /// \file
-/// Numbers made from stored integers and read back, and the text that a call prints.
+/// Arrays of stored parts as they lie in memory, numbers made from stored integers and read back, and the
+/// text that a call prints.
 #pragma once
 
+#include "support/oracle.h"
 #include "support/recordingclient.h"
-#include "support/storage.h"
 
 #include <orvex/number/number.h>
 
 #include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstring>
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -22,6 +26,65 @@ using Dims = std::vector<unsigned long long>;
 
 inline std::string const foreign = "Need to determine rules for heterogeneous arithmetic!\n";
 inline std::string const dimsDisagree = Orvex::number::ArrayDimMustAgree().identifier();
+
+/// Bytes of one part, real or imaginary.
+inline std::size_t containerBytes(Type const& type)
+{
+    if (type.mode != fxpModeDataTypeFixed) return type.mode == fxpModeDataTypeSingle ? 4 : 8;
+    for (int const bytes : {1, 2, 4, 8})
+        if (type.wordLength <= 8 * bytes) return static_cast<std::size_t>(bytes);
+    return 8 * chunkCount(type);
+}
+
+/// The chunks of a stored integer of a fixed-point type, at least one.
+inline std::vector<Chunk> patternOf(Int const& stored, Type const& type)
+{
+    return chunksOf(stored, (containerBytes(type) + 7) / 8);
+}
+
+/// The same of a stored double.
+inline std::vector<Chunk> patternOf(double raw, Type const& type)
+{
+    bool const isSingle = type.mode == fxpModeDataTypeSingle;
+    return {isSingle ? std::bit_cast<std::uint32_t>(static_cast<float>(raw)) : std::bit_cast<Chunk>(raw)};
+}
+
+/// A copy of the parts of an array, or an array to be lent to a number.
+class Storage
+{
+public:
+    Storage(Type const& type, std::size_t parts, void const* from = nullptr)
+        : bytesPerPart_(containerBytes(type)), bytes_(parts * bytesPerPart_)
+    {
+        if (from != nullptr && parts != 0) std::memcpy(bytes_.data(), from, bytes_.size());
+    }
+    void* data() { return bytes_.data(); }
+    std::size_t parts() const { return bytes_.size() / bytesPerPart_; }
+
+    /// The chunks of a part, least significant first; those of a narrow one are filled up with zeros.
+    std::vector<Chunk> pattern(std::size_t part) const
+    {
+        std::vector<Chunk> chunks((bytesPerPart_ + 7) / 8);
+        std::memcpy(chunks.data(), bytes_.data() + part * bytesPerPart_, bytesPerPart_);
+        return chunks;
+    }
+    void put(std::size_t part, std::vector<Chunk> const& pattern)
+    {
+        std::memcpy(bytes_.data() + part * bytesPerPart_, pattern.data(), bytesPerPart_);
+    }
+    /// What the whole container holds.
+    Int integer(std::size_t part, bool isSigned) const
+    {
+        Int const value = valueOf(pattern(part).data(), u(static_cast<int>(8 * bytesPerPart_)));
+        return wrapTo(value, fixedType(isSigned, static_cast<int>(8 * bytesPerPart_)));
+    }
+    bool operator==(Storage const&) const = default;
+
+private:
+    static_assert(std::endian::native == std::endian::little);
+    std::size_t bytesPerPart_;
+    std::vector<std::byte> bytes_;
+};
 
 /// The stored parts of an array of numbers, to be lent to one or copied into it.
 inline Storage storageOf(Type const& type, Elements const& elements)
@@ -90,11 +153,10 @@ struct Lent {
     Number number;
     Lent(Dims const& dims, unsigned long long cursor)
         : storage(storageOf(s(16), {{1}, {2}, {3}, {4}, {5}, {6}, {7}})),
-          number(storage.data(), s(16), client, count(dims), fxpModeRoundingNearest, fxpModeOverflowSaturate,
-                 false)
+          number(count(dims), dims.size(), dims.data(), s(16), client, fxpModeRoundingNearest,
+                 fxpModeOverflowSaturate, false)
     {
-        number.setNDims(dims.size());
-        number.setDims(dims.data());
+        number.setSIArray(storage.data());
         number.setIndex(cursor);
     }
     static unsigned long long count(Dims const& dims)
