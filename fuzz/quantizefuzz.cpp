@@ -1,6 +1,6 @@
 /// Any double into any fixed type.
 #include "bytes.h"
-#include "support/storecheck.h"
+#include "support/model.h"
 
 namespace
 {

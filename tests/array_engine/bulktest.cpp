@@ -1,6 +1,6 @@
 /// Operations on arrays against the same on each element by itself: stored words, events in order, what is
 /// stored at each event, and what a throwing hook leaves.
-#include "support/bodies.h"
+#include "support/model.h"
 
 #include <orvex/client/fxpclientnull.h>
 

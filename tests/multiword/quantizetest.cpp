@@ -1,6 +1,6 @@
 #include "client/nullclient.h"
 #include "support/allocations.h"
-#include "support/storecheck.h"
+#include "support/model.h"
 
 #include <climits>
 

@@ -3,8 +3,6 @@
 
 #include <orvex/text/type.h>
 
-#include <gtest/gtest.h>
-
 #include <tuple>
 
 namespace

@@ -1,9 +1,7 @@
-#include "support/bodies.h"
+#include "support/model.h"
 #include "support/texttable.h"
 
 #include <orvex/text/type.h>
-
-#include <gtest/gtest.h>
 
 namespace
 {

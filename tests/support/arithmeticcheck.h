@@ -4,8 +4,6 @@
 
 #include "support/model.h"
 
-#include <gtest/gtest.h>
-
 namespace orvextest
 {
 

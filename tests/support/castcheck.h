@@ -3,7 +3,7 @@
 /// that the client hears included. Which types and words carry a slope is asked of the library.
 #pragma once
 
-#include "support/bodies.h"
+#include "support/model.h"
 
 #include <orvex/hardware/fxpprodhardware.h>
 #include <orvex/type_basic/selectcastintermediatedatatype.h>
