@@ -160,7 +160,8 @@ TEST(ScaledDouble, StoresInUnitsUnquantizedAndReadsBack)
 TEST(ScaledDouble, BitsOfIntegersAndOfTheType)
 {
     Random random(72);
-    std::vector<double> const specials = specialDoubles();
+    std::vector<double> specials = specialDoubles();
+    specials.insert(specials.end(), 9, 0x1p62); // often
     for (int i = 0; i < 6000; ++i) {
         Type const word = random.radixType(130, 0, 0),
                    type = scaledDouble(
