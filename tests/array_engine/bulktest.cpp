@@ -163,6 +163,7 @@ Trace run(Case const& c, Operation const& operation, bool isAtOnce)
     RecordingClient client;
     FxpClientNull silent;
     client.throwAt = c.throwAt;
+    client.netSlopeWordLength = 1; // the source's chunks, which may be fewer than those of the slope's type
     client.setMaxSupportedWordLength(c.maxBits);
     client.onEvent = [&](Event) {
         if (!c.isShared && trace.seen.size() < 10) trace.seen.push_back(trace.memory);
