@@ -214,6 +214,23 @@ TEST(FixedBodies, ComparisonTakesBitsAboveTheWordAsTheyStand)
     }
 }
 
+/// Beyond 128 bits a comparison does not look at them, and so finds that the stored value is another.
+TEST(FixedBodies, CastsTakeBitsAboveTheWordAlongAndTell)
+{
+    for (int const above : {0, 8}) {
+        RecordingClient client;
+        std::vector<Chunk> chunks{1, 2, 3, Chunk{1} << (4 + above)}; // of 200 bits
+        ORVEX::Number const from(chunks.data(), u(200), client, 1, fxpModeRoundingZero, fxpModeOverflowWrap,
+                                 false);
+        ORVEX::Number to(0.0, u(300), client, fxpModeRoundingZero, fxpModeOverflowWrap);
+        to = from;
+        chunks.push_back(0);
+        auto const* const stored = static_cast<Chunk const*>(to.getSIArray());
+        EXPECT_EQ(std::vector<Chunk>(stored, stored + 5), chunks);
+        EXPECT_EQ(client.records().size(), above == 0 ? 0U : 1U);
+    }
+}
+
 /// In the container and all of the array; a multi-word body leaves its cursor at the last element.
 TEST(FixedBodies, ConjugateNegatesInTheContainer)
 {
@@ -349,6 +366,11 @@ TEST(FixedBodies, RecordsOfOtherLengthsThanTheStorage)
             EXPECT_EQ(sum.value().parts, Element{1}) << bits << ' ' << recorded;
             product->isProductOf(other.body(), other.body());
             EXPECT_EQ(product.value().parts, Element{9}) << bits << ' ' << recorded;
+            Held const quotient({s(bits), {0}});
+            quotient->dataType().wordLength = recorded;
+            quotient->isQuotientOf(product.body(), other.body());
+            EXPECT_EQ(quotient->getSIArrayValueSigned(), -3) << bits << ' ' << recorded;
+            EXPECT_TRUE(quotient.isAloneTouched()) << bits << ' ' << recorded;
             if (bits < recorded) continue; // else the other's own place is not as long as its record
             other->timesEquals(sum.body());
             EXPECT_EQ(other.value().parts, Element{-3}) << bits << ' ' << recorded;
