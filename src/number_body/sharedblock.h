@@ -2,6 +2,7 @@
 /// The memory of a body and of its elements.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -28,16 +29,10 @@ struct alignas(std::max_align_t) SharedBlock {
     static SharedBlock* create(std::size_t bodyBytes, std::size_t storageBytes)
     {
         constexpr std::size_t unit = alignof(SharedBlock);
-        constexpr std::size_t line = 64; // bytes; a vector that crosses a line takes twice as long
         constexpr std::size_t fewBytes = 1024;
-        std::size_t const most = std::numeric_limits<std::size_t>::max();
-        std::size_t body = (bodyBytes + unit - 1) / unit * unit;
-        std::size_t const head = sizeof(SharedBlock) + body + (storageBytes < fewBytes ? 0 : line - unit);
-        std::size_t const bytes = storageBytes > most - head ? most : storageBytes + head;
-        void* const place = ::operator new(bytes);
-        if (storageBytes >= fewBytes)
-            body += -(reinterpret_cast<std::uintptr_t>(place) + sizeof(SharedBlock) + body) % line;
-        return new (place) SharedBlock{0, static_cast<std::uint32_t>(body), false};
+        std::size_t const body = (bodyBytes + unit - 1) / unit * unit;
+        if (storageBytes >= fewBytes) return createForArray(body, storageBytes);
+        return createAt(::operator new(sizeof(SharedBlock) + body + storageBytes), body);
     }
 
     void release()
@@ -52,6 +47,19 @@ struct alignas(std::max_align_t) SharedBlock {
     }
 
 private:
+    /// With the elements at the start of a cache line: a vector that crosses a line takes twice as long.
+    [[gnu::noinline]] static SharedBlock* createForArray(std::size_t bodyBytes, std::size_t storageBytes)
+    {
+        constexpr std::size_t line = 64;
+        std::size_t const head = sizeof(SharedBlock) + bodyBytes;
+        std::size_t const most = std::numeric_limits<std::size_t>::max() - head - line;
+        void* const place = ::operator new(std::min(storageBytes, most) + head + line);
+        return createAt(place, bodyBytes + -(reinterpret_cast<std::uintptr_t>(place) + head) % line);
+    }
+    static SharedBlock* createAt(void* place, std::size_t bodyBytes)
+    {
+        return new (place) SharedBlock{0, static_cast<std::uint32_t>(bodyBytes), false};
+    }
     void freeIfUnused()
     {
         if (useCount == 0 && !holdsBody) ::operator delete(this);
