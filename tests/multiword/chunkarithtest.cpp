@@ -83,7 +83,9 @@ TEST(Chunks, AwkwardQuotients)
         else if (i % 4 == 2) { // just below a multiple: a digit is the largest, or an estimated one too large
             Int const factor = random.coin() ? Int(1) << 64 : anyOf(u(64), random);
             aType.wordLength = bType.wordLength + 66;
-            a = wrapTo(abs(b) * factor - random.pick(std::array<Int, 3>{1, abs(b) / 2, abs(b)}), aType);
+            Int const third = (abs(b) * factor) >> 140U; // bits below the two top chunks of both
+            a = wrapTo(abs(b) * factor - random.pick(std::array<Int, 4>{1, abs(b) / 2, abs(b), third}),
+                       aType);
         } else if (i % 4 == 3) { // about a multiple, or half of one
             a = wrapTo((b * random.between(-99, 99) << static_cast<unsigned>(up)) / 2 + random.between(-1, 1),
                        aType);
