@@ -83,7 +83,7 @@ void checkDecimal(Int const& digits, int exponent, fxpDataTypeProp const& type, 
         text::fromDecimal(client, decimal, type, static_cast<fxpModeRounding_tag>(modes.round),
                           static_cast<fxpModeOverflow_tag>(modes.sat));
     ASSERT_TRUE(got == chunksOf(wanted.stored, type) && client.events() == wanted.events)
-        << decimal << type << modes << ": " << valueOf(got.data(), type) << " instead of " << wanted;
+        << decimal << type << modes << ": " << valueOf(got.data(), type) << " instead of " << wanted.stored;
 }
 } // namespace
 
