@@ -384,7 +384,8 @@ void divideChunks(OrvexClientInterface& client, Chunk* out, fxpDataTypeProp cons
         return;
     }
 
-    dst[count - 1] &= lowMask(topBit(to));
+    // By the word length, not by its top bit: a word without bits keeps none.
+    dst[count - 1] &= lowMask(to.wordLength - 1LL - (count - 1) * chunkBits);
     if (bitsAbove != 0) {
         // Of all the bits from the sign position down, that one alone is set.
         bool const onlySignBit = dst[count - 1] == bitMask(topBit(to)) && chunksAreZero(dst, count - 1);
